@@ -1,0 +1,135 @@
+// The one owner of all pixels. Each tile is resident (a buffer that can be touched), compressed (a
+// blob in memory) or spilled (the same blob in an unlinked scratch file); the store moves the
+// coldest tiles down when a budget is passed and brings them back when they are pinned.
+// Every operation may be called from any thread. No lock is held across compression or I/O: slow
+// work runs on a remembered generation and is installed only if that still matches.
+#pragma once
+
+#include "Core/Tile.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace ombrel {
+
+/// A page-aligned block of bytesPerTile(format) bytes, owned by whoever holds it; freed when
+/// dropped, unless it is given to TileStore::makeTile or TileStore::recycleBuffer.
+class TileBuffer {
+public:
+    /// Contents undefined. Stops the process when there is no memory.
+    static TileBuffer allocate(TileFormat format);
+
+    TileBuffer(TileBuffer&& other) noexcept;
+    TileBuffer& operator=(TileBuffer&& other) noexcept;
+    ~TileBuffer();
+
+    TileFormat format() const { return format_; }
+    std::byte* bytes() const { return bytes_; }
+    std::size_t size() const { return bytesPerTile(format_); }
+
+private:
+    TileBuffer(TileFormat format, std::byte* bytes) : format_(format), bytes_(bytes) {}
+
+    TileFormat format_;
+    std::byte* bytes_;
+};
+
+/// A tile in its stored form: one header byte, then plane data (see TileCompression).
+using TileBlob = std::vector<std::byte>;
+
+class TileStore : public std::enable_shared_from_this<TileStore> {
+public:
+    struct Budget {
+        std::int64_t residentBytes = 0;   ///< uncompressed tile bytes
+        std::int64_t compressedBytes = 0; ///< blobs in memory
+        std::int64_t poolBytes = 0;       ///< free buffers kept for reuse
+
+        /// Limits from the size of the physical memory in bytes and the share of it that
+        /// uncompressed tiles may take (0 to 1).
+        static Budget ofMemory(std::int64_t physicalBytes, double share);
+        bool operator==(const Budget&) const = default;
+    };
+
+    struct Statistics {
+        std::int64_t tileCount = 0;
+        std::int64_t residentTiles = 0;
+        std::int64_t residentBytes = 0;
+        std::int64_t compressedTiles = 0;
+        std::int64_t compressedBytes = 0;
+        std::int64_t spilledTiles = 0;
+        std::int64_t spilledBytes = 0;
+        std::int64_t pooledBytes = 0;
+        std::int64_t pinnedTiles = 0;
+
+        bool operator==(const Statistics&) const = default;
+    };
+
+    /// The store of the process, made on first use with half of the physical memory.
+    static TileStore& shared();
+
+    /// Without a usable scratch directory the store has two levels and nothing is spilled.
+    static std::shared_ptr<TileStore> create(Budget budget,
+                                             const std::filesystem::path& scratchDirectory);
+    ~TileStore();
+    TileStore(const TileStore&) = delete;
+    TileStore& operator=(const TileStore&) = delete;
+
+    Budget budget() const;
+    void setBudget(Budget budget); ///< may start maintenance
+    Statistics statistics() const;
+    std::int64_t damagedTileCount() const; ///< tiles that failed to decode and read as transparent
+
+    TileBuffer acquireBuffer(TileFormat format);     ///< from the pool, or new; contents undefined
+    void recycleBuffer(TileBuffer buffer);           ///< to the pool while it has room
+    Tile makeTile(TileBuffer buffer);                ///< resident
+    Tile makeTile(TileBlob blob, TileFormat format); ///< compressed; decoded when first pinned
+
+    /// The tile's pixels, resident until the matching unpin. Prefer TilePin.
+    std::byte* pin(const Tile& tile);
+    void unpin(const Tile& tile);
+    bool isResident(const Tile& tile) const;
+    /// The stored form without making the tile resident; a resident tile is encoded for the call.
+    TileBlob compressedBlob(const Tile& tile);
+
+    /// Pages the non-resident tiles in, in parallel, where there are at least two.
+    static void prefetch(std::span<const Tile> tiles);
+    /// A hint that these tiles are needed less from now on: encoded in the background.
+    static void compress(std::span<const Tile> tiles);
+    /// Brings the store down to the targets; waits until that is done. Maintenance does the same
+    /// by itself when a budget is passed.
+    void evict(std::int64_t residentTarget, std::int64_t compressedTarget, bool dropPool);
+
+private:
+    friend class Tile;
+    struct Implementation;
+
+    explicit TileStore(std::unique_ptr<Implementation> implementation);
+    void release(TileStorage& storage);
+
+    std::unique_ptr<Implementation> implementation_;
+};
+
+/// Keeps a tile resident for a scope.
+class TilePin {
+public:
+    explicit TilePin(const Tile& tile) : tile_(tile), bytes_(tile.store().pin(tile)) {}
+    TilePin(TilePin&& other) noexcept
+        : tile_(std::move(other.tile_)), bytes_(std::exchange(other.bytes_, nullptr)) {}
+    TilePin(const TilePin&) = delete;
+    TilePin& operator=(const TilePin&) = delete;
+    TilePin& operator=(TilePin&&) = delete;
+    ~TilePin() {
+        if (bytes_ != nullptr) tile_.store().unpin(tile_);
+    }
+
+    const std::byte* bytes() const { return bytes_; }
+
+private:
+    Tile tile_;
+    std::byte* bytes_;
+};
+
+} // namespace ombrel
