@@ -8,6 +8,7 @@
 #include "IO/ImageFormat.h"
 
 #include <array>
+#include <expected>
 #include <memory>
 #include <span>
 

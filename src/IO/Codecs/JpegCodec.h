@@ -1,0 +1,18 @@
+// JPEG through libjpeg-turbo; the functions behind its record in the table of codecs.
+#pragma once
+
+#include "IO/ImageCodec.h"
+
+namespace ombrel::jpeg {
+
+// JpegDecoder.cpp
+bool recognises(std::span<const std::byte> head);
+std::expected<std::unique_ptr<ImageDecoder>, ImageIOError> open(ByteSource& source);
+
+// JpegEncoder.cpp
+SampleLayout layoutFor(BitDepth depth);
+bool canEncode();
+std::expected<void, ImageIOError> encode(const ImageEncodeRequest& request, SampleRowSource& rows,
+                                         ByteSink& sink);
+
+} // namespace ombrel::jpeg

@@ -1,0 +1,18 @@
+// PNG through libpng; the functions behind its record in the table of codecs.
+#pragma once
+
+#include "IO/ImageCodec.h"
+
+namespace ombrel::png {
+
+// PngDecoder.cpp
+bool recognises(std::span<const std::byte> head);
+std::expected<std::unique_ptr<ImageDecoder>, ImageIOError> open(ByteSource& source);
+
+// PngEncoder.cpp
+SampleLayout layoutFor(BitDepth depth);
+bool canEncode();
+std::expected<void, ImageIOError> encode(const ImageEncodeRequest& request, SampleRowSource& rows,
+                                         ByteSink& sink);
+
+} // namespace ombrel::png

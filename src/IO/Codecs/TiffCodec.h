@@ -1,0 +1,18 @@
+// TIFF and BigTIFF through libtiff; the functions behind its record in the table of codecs.
+#pragma once
+
+#include "IO/ImageCodec.h"
+
+namespace ombrel::tiff {
+
+// TiffDecoder.cpp
+bool recognises(std::span<const std::byte> head);
+std::expected<std::unique_ptr<ImageDecoder>, ImageIOError> open(ByteSource& source);
+
+// TiffEncoder.cpp
+SampleLayout layoutFor(BitDepth depth);
+bool canEncode();
+std::expected<void, ImageIOError> encode(const ImageEncodeRequest& request, SampleRowSource& rows,
+                                         ByteSink& sink);
+
+} // namespace ombrel::tiff
