@@ -6,39 +6,14 @@
 #pragma once
 
 #include "Core/Tile.h"
+#include "Core/TileBuffer.h"
+#include "Core/TileCompression.h"
 
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <span>
-#include <vector>
 
 namespace ombrel {
-
-/// A page-aligned block of bytesPerTile(format) bytes, owned by whoever holds it; freed when
-/// dropped, unless it is given to TileStore::makeTile or TileStore::recycleBuffer.
-class TileBuffer {
-public:
-    /// Contents undefined. Stops the process when there is no memory.
-    static TileBuffer allocate(TileFormat format);
-
-    TileBuffer(TileBuffer&& other) noexcept;
-    TileBuffer& operator=(TileBuffer&& other) noexcept;
-    ~TileBuffer();
-
-    TileFormat format() const { return format_; }
-    std::byte* bytes() const { return bytes_; }
-    std::size_t size() const { return bytesPerTile(format_); }
-
-private:
-    TileBuffer(TileFormat format, std::byte* bytes) : format_(format), bytes_(bytes) {}
-
-    TileFormat format_;
-    std::byte* bytes_;
-};
-
-/// A tile in its stored form: one header byte, then plane data (see TileCompression).
-using TileBlob = std::vector<std::byte>;
 
 class TileStore : public std::enable_shared_from_this<TileStore> {
 public:
