@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace ombrel {
 
@@ -17,6 +18,20 @@ public:
     virtual bool writeAt(std::uint64_t offset, std::span<const std::byte> bytes) = 0;
     /// Reads up to out.size() bytes already written.
     virtual std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) = 0;
+};
+
+/// Bytes in memory. A gap before `offset` is filled with zeros.
+class MemorySink final : public ByteSink {
+public:
+    std::uint64_t size() const override { return bytes_.size(); }
+    bool writeAt(std::uint64_t offset, std::span<const std::byte> bytes) override;
+    std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) override;
+
+    const std::vector<std::byte>& bytes() const { return bytes_; }
+    std::vector<std::byte> takeBytes() { return std::move(bytes_); }
+
+private:
+    std::vector<std::byte> bytes_;
 };
 
 } // namespace ombrel

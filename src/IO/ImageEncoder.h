@@ -30,6 +30,10 @@ public:
     /// encoding with that error.
     virtual std::expected<void, ImageIOError> readRows(std::int64_t rowCount,
                                                        std::span<std::byte> out) = 0;
+
+    /// For encoders that work on after the last row: share of that work done, 0 to 1. False once
+    /// the user has cancelled; the encoder then ends with ImageIOError::cancelled where it can.
+    virtual bool reportEncoding([[maybe_unused]] double fraction) { return true; }
 };
 
 } // namespace ombrel
