@@ -248,6 +248,7 @@ TEST(MainExecutor, theSharedOneBelongsToTheMainThread) {
 }
 
 TEST(MainExecutorDeathTest, refusesToBeDrivenByAnotherThread) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // other tests have left threads behind
     MainExecutor main;
     EXPECT_DEATH(std::jthread([&] { main.runPending(); }).join(), "driven by its own thread");
 }
