@@ -19,7 +19,7 @@ Tile::~Tile() {
     if (storage_ == nullptr) return;
     // Released and acquired: what every other holder did to the tile happens before its end.
     if (storage_->handles.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        storage_->store.release(*storage_);
+        TileStore::release(*storage_);
     }
 }
 

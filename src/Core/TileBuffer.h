@@ -9,6 +9,8 @@
 
 namespace ombrel {
 
+struct TileSlab;
+
 /// bytesPerTile(format) bytes, freed when dropped, unless given to TileStore::makeTile or
 /// TileStore::recycleBuffer.
 class TileBuffer {
@@ -17,10 +19,12 @@ public:
     static TileBuffer allocate(TileFormat format);
 
     TileBuffer(TileBuffer&& other) noexcept
-        : format_(other.format_), bytes_(std::exchange(other.bytes_, nullptr)) {}
+        : format_(other.format_), bytes_(std::exchange(other.bytes_, nullptr)), slab_(other.slab_) {
+    }
     TileBuffer& operator=(TileBuffer&& other) noexcept {
         std::swap(format_, other.format_);
         std::swap(bytes_, other.bytes_);
+        std::swap(slab_, other.slab_);
         return *this;
     }
     ~TileBuffer();
@@ -30,10 +34,12 @@ public:
     std::size_t size() const { return bytesPerTile(format_); }
 
 private:
-    TileBuffer(TileFormat format, std::byte* bytes) : format_(format), bytes_(bytes) {}
+    TileBuffer(TileFormat format, std::byte* bytes, TileSlab* slab)
+        : format_(format), bytes_(bytes), slab_(slab) {}
 
     TileFormat format_;
     std::byte* bytes_; ///< null only after a move
+    TileSlab* slab_;   ///< where the block was cut from
 };
 
 } // namespace ombrel

@@ -1,36 +1,16 @@
 #include "Core/TileStore.h"
 
 #include "Base/Check.h"
-#include "Base/ThreadAnnotations.h"
-#include "Core/TileStorage.h"
+#include "Base/ParallelFor.h"
+#include "Core/ScratchFile.h"
+#include "Core/TileStoreState.h"
 
-#include <array>
-#include <atomic>
 #include <cstring>
 #include <unistd.h>
+#include <unordered_set>
 #include <vector>
 
 namespace ombrel {
-
-struct TileStore::Implementation {
-    using SharedBlob = TileStorage::SharedBlob;
-
-    mutable Mutex mutex;
-    Budget budget OMBREL_GUARDED_BY(mutex);
-    Statistics counts OMBREL_GUARDED_BY(mutex);
-    std::array<std::vector<TileBuffer>, 2> pool OMBREL_GUARDED_BY(mutex);
-    std::uint64_t nextID OMBREL_GUARDED_BY(mutex) = 1;
-    std::shared_ptr<TileStore> self OMBREL_GUARDED_BY(mutex); ///< while there are tiles
-    std::atomic<std::int64_t> damagedTiles = 0;
-
-    /// Takes the buffer when it fits in the pool; what is left is dropped by the caller, unlocked.
-    void giveToPool(TileBuffer& buffer) OMBREL_REQUIRES(mutex) {
-        const auto size = static_cast<std::int64_t>(buffer.size());
-        if (counts.pooledBytes + size > budget.poolBytes) return;
-        counts.pooledBytes += size;
-        pool[static_cast<std::size_t>(buffer.format())].push_back(std::move(buffer));
-    }
-};
 
 TileStore::Budget TileStore::Budget::ofMemory(std::int64_t physicalBytes, double share) {
     const auto bytes = static_cast<double>(physicalBytes);
@@ -39,20 +19,40 @@ TileStore::Budget TileStore::Budget::ofMemory(std::int64_t physicalBytes, double
 }
 
 TileStore& TileStore::shared() {
-    static const std::shared_ptr<TileStore>& store = *new std::shared_ptr<TileStore>(
-        create(Budget::ofMemory(sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE), 0.5),
-               std::filesystem::temp_directory_path() / "OmbrelScratch"));
+    static const std::shared_ptr<TileStore>& store = *new std::shared_ptr<TileStore>([] {
+        const std::int64_t physicalBytes = sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE);
+        std::error_code ignored; // without a temporary directory nothing is spilled
+        const std::filesystem::path directory = std::filesystem::temp_directory_path(ignored);
+        return create(Budget::ofMemory(physicalBytes, 0.5), directory / "OmbrelScratch");
+    }());
     return *store;
 }
 
-std::shared_ptr<TileStore> TileStore::create(Budget budget, const std::filesystem::path&) {
-    auto implementation = std::make_unique<Implementation>();
-    implementation->budget = budget;
-    return std::shared_ptr<TileStore>(new TileStore(std::move(implementation)));
+std::shared_ptr<TileStore> TileStore::create(Budget budget,
+                                             const std::filesystem::path& scratchDirectory) {
+    auto file = ScratchFile::open(scratchDirectory);
+    return create(budget, {file ? std::move(*file) : nullptr, MemoryPressureSource::ofSystem()});
 }
 
-TileStore::TileStore(std::unique_ptr<Implementation> implementation)
-    : implementation_(std::move(implementation)) {}
+std::shared_ptr<TileStore> TileStore::create(Budget budget, Services services) {
+    std::shared_ptr<TileStore> store(new TileStore(budget, std::move(services.scratch)));
+    if (services.pressure) {
+        Implementation& state = *store->implementation_;
+        state.pressure = std::move(services.pressure);
+        // Holds the strand, not the store: the last handle on the store must not go on the thread
+        // of the source, which the store's end waits for.
+        state.pressure->start(
+            [strand = state.maintenance, weak = std::weak_ptr(store)](MemoryPressure level) {
+                strand->post([weak, level] {
+                    if (const auto held = weak.lock()) held->implementation_->relieve(level);
+                });
+            });
+    }
+    return store;
+}
+
+TileStore::TileStore(Budget budget, std::unique_ptr<ScratchSpace> scratch)
+    : implementation_(std::make_unique<Implementation>(*this, budget, std::move(scratch))) {}
 
 TileStore::~TileStore() = default;
 
@@ -62,8 +62,14 @@ TileStore::Budget TileStore::budget() const {
 }
 
 void TileStore::setBudget(Budget budget) {
-    const LockGuard lock(implementation_->mutex);
-    implementation_->budget = budget;
+    Implementation& state = *implementation_;
+    bool isOver = false;
+    {
+        const LockGuard lock(state.mutex);
+        state.budget = budget;
+        isOver = state.claimMaintenance();
+    }
+    if (isOver) state.scheduleMaintenance();
 }
 
 TileStore::Statistics TileStore::statistics() const {
@@ -72,132 +78,183 @@ TileStore::Statistics TileStore::statistics() const {
 }
 
 std::int64_t TileStore::damagedTileCount() const {
-    return implementation_->damagedTiles;
+    return implementation_->damagedTiles.load();
 }
 
 TileBuffer TileStore::acquireBuffer(TileFormat format) {
+    return implementation_->acquireBuffer(format);
+}
+
+TileBuffer TileStore::Implementation::acquireBuffer(TileFormat format) {
     {
-        Implementation& state = *implementation_;
-        const LockGuard lock(state.mutex);
-        std::vector<TileBuffer>& free = state.pool[static_cast<std::size_t>(format)];
-        if (!free.empty()) {
-            TileBuffer buffer = std::move(free.back());
-            free.pop_back();
-            state.counts.pooledBytes -= static_cast<std::int64_t>(buffer.size());
-            return buffer;
-        }
+        const LockGuard lock(mutex);
+        if (std::optional<TileBuffer> free = takeFree(format)) return std::move(*free);
     }
     return TileBuffer::allocate(format);
 }
 
 void TileStore::recycleBuffer(TileBuffer buffer) {
+    OMBREL_CHECK(buffer.bytes() != nullptr, "a recycled buffer holds memory");
     const LockGuard lock(implementation_->mutex);
-    implementation_->giveToPool(buffer);
+    implementation_->giveToPool(buffer); // what the pool refuses is freed after the lock
 }
 
 Tile TileStore::makeTile(TileBuffer buffer) {
-    Implementation& state = *implementation_;
-    const LockGuard lock(state.mutex);
+    OMBREL_CHECK(buffer.bytes() != nullptr, "a tile's buffer holds memory");
     const TileFormat format = buffer.format();
-    state.counts.residentBytes += static_cast<std::int64_t>(buffer.size());
-    ++state.counts.residentTiles;
-    if (state.counts.tileCount++ == 0) state.self = shared_from_this();
-    return Tile(new TileStorage(*this, TileID{state.nextID++}, format, std::move(buffer)));
+    return implementation_->enter(format, std::move(buffer));
 }
 
 Tile TileStore::makeTile(TileBlob blob, TileFormat format) {
-    const auto size = static_cast<std::int64_t>(blob.size());
-    auto shared = std::make_shared<const TileBlob>(std::move(blob));
-    Implementation& state = *implementation_;
-    const LockGuard lock(state.mutex);
-    state.counts.compressedBytes += size;
-    ++state.counts.compressedTiles;
-    if (state.counts.tileCount++ == 0) state.self = shared_from_this();
-    return Tile(new TileStorage(*this, TileID{state.nextID++}, format, std::move(shared)));
+    return implementation_->enter(format, std::make_shared<const TileBlob>(std::move(blob)));
+}
+
+Tile TileStore::Implementation::enter(TileFormat format, Residency content) {
+    auto storage = std::make_unique<TileStorage>(owner, format, std::move(content));
+    bool isOver = false;
+    {
+        const LockGuard lock(mutex);
+        storage->id = TileID{nextID++};
+        touch(*storage);
+        settle(*storage);
+        if (counts.tileCount++ == 0) self = owner.shared_from_this();
+        isOver = claimMaintenance();
+    }
+    if (isOver) scheduleMaintenance();
+    return Tile(storage.release());
 }
 
 std::byte* TileStore::pin(const Tile& tile) {
     Implementation& state = *implementation_;
     TileStorage& storage = tile.storage();
+    OMBREL_CHECK(&storage.store == this, "a tile is pinned in its own store");
     for (;;) {
-        TileStorage::SharedBlob blob;
-        std::uint64_t generation = 0;
+        Implementation::Cold cold;
         {
             const LockGuard lock(state.mutex);
+            state.touch(storage);
             if (const auto* buffer = std::get_if<TileBuffer>(&storage.residency)) {
-                if (storage.pinCount++ == 0) ++state.counts.pinnedTiles;
+                state.residentOrder.moveToEnd(storage);
+                state.addPin(storage);
                 return buffer->bytes();
             }
-            blob = std::get<TileStorage::SharedBlob>(storage.residency);
-            generation = storage.generation;
+            cold = state.cold(storage);
         }
-        TileBuffer buffer = acquireBuffer(storage.format);
-        if (!TileCompression::decode(*blob, {buffer.bytes(), buffer.size()}, storage.format)) {
-            std::memset(buffer.bytes(), 0, buffer.size());
-            ++state.damagedTiles;
-        }
-        const LockGuard lock(state.mutex);
-        if (storage.generation != generation) {
-            state.giveToPool(buffer);
-            continue;
-        }
-        ++storage.generation;
-        state.counts.compressedBytes -= static_cast<std::int64_t>(blob->size());
-        --state.counts.compressedTiles;
-        state.counts.residentBytes += static_cast<std::int64_t>(buffer.size());
-        ++state.counts.residentTiles;
-        if (storage.pinCount++ == 0) ++state.counts.pinnedTiles;
-        storage.residency = std::move(buffer);
-        return std::get<TileBuffer>(storage.residency).bytes();
+        if (std::byte* const bytes = state.pageIn(storage, std::move(cold))) return bytes;
     }
+}
+
+/// Null when another thread has changed the tile meanwhile.
+std::byte* TileStore::Implementation::pageIn(TileStorage& storage, Cold cold) {
+    if (cold.extent) {
+        cold.blob = readBack(cold);
+        if (!cold.blob) {
+            OMBREL_CHECK(!isUnchanged(storage, cold), "a spilled tile can be read back");
+            return nullptr;
+        }
+    }
+    TileBuffer buffer = acquireBuffer(storage.format);
+    std::byte* const bytes = buffer.bytes();
+    const bool isWhole =
+        TileCompression::decode(*cold.blob, {bytes, buffer.size()}, storage.format);
+    if (!isWhole) std::memset(bytes, 0, buffer.size());
+    Residency before = Extent{}; // dropped after the lock, as is the buffer of who comes second
+    bool isOver = false;
+    {
+        const LockGuard lock(mutex);
+        if (storage.generation != cold.generation) {
+            giveToPool(buffer);
+            return nullptr;
+        }
+        touch(storage);
+        before = change(storage, std::move(buffer));
+        addPin(storage);
+        isOver = claimMaintenance();
+    }
+    if (!isWhole) ++damagedTiles;
+    if (cold.extent) scratch->release(*cold.extent);
+    if (isOver) scheduleMaintenance();
+    return bytes;
+}
+
+/// Null when the scratch space could not give the blob. As long as the tile is unchanged the blob
+/// is its own: once another thread has brought the tile back, its extent may hold another one.
+TileStorage::SharedBlob TileStore::Implementation::readBack(const Cold& cold) {
+    auto blob = scratch->read(*cold.extent);
+    return blob ? std::make_shared<const TileBlob>(std::move(*blob)) : nullptr;
+}
+
+bool TileStore::Implementation::isUnchanged(const TileStorage& storage, const Cold& cold) {
+    const LockGuard lock(mutex);
+    return storage.generation == cold.generation;
 }
 
 void TileStore::unpin(const Tile& tile) {
     const LockGuard lock(implementation_->mutex);
-    TileStorage& storage = tile.storage();
-    OMBREL_CHECK(storage.pinCount > 0, "an unpinned tile was pinned");
-    if (--storage.pinCount == 0) --implementation_->counts.pinnedTiles;
+    implementation_->removePin(tile.storage());
 }
 
 bool TileStore::isResident(const Tile& tile) const {
     const LockGuard lock(implementation_->mutex);
-    return std::holds_alternative<TileBuffer>(tile.storage().residency);
+    return tile.storage().isResident();
 }
 
 TileBlob TileStore::compressedBlob(const Tile& tile) {
-    TileStorage::SharedBlob blob;
-    {
-        const LockGuard lock(implementation_->mutex);
-        if (const auto* held = std::get_if<TileStorage::SharedBlob>(&tile.storage().residency)) {
-            blob = *held;
+    Implementation& state = *implementation_;
+    const TileStorage& storage = tile.storage();
+    for (;;) {
+        Implementation::Cold cold;
+        {
+            const LockGuard lock(state.mutex);
+            if (storage.isResident()) break;
+            cold = state.cold(storage);
         }
+        if (cold.blob) return *cold.blob;
+        auto blob = state.scratch->read(*cold.extent);
+        if (!state.isUnchanged(storage, cold)) continue;
+        if (blob) return std::move(*blob);
+        break;
     }
-    if (blob) return *blob;
     const TilePin pin(tile);
     return TileCompression::encode({pin.bytes(), bytesPerTile(tile.format())}, tile.format());
 }
 
-void TileStore::prefetch(std::span<const Tile>) {}
-
-void TileStore::compress(std::span<const Tile>) {}
-
-void TileStore::evict(std::int64_t, std::int64_t, bool) {}
+void TileStore::prefetch(std::span<const Tile> tiles) {
+    std::unordered_set<const TileStorage*> seen;
+    std::vector<const Tile*> cold;
+    for (const Tile& tile : tiles) {
+        if (seen.insert(&tile.storage()).second && !tile.store().isResident(tile)) {
+            cold.push_back(&tile);
+        }
+    }
+    if (cold.size() < 2) return;
+    parallelFor(ThreadPool::shared(), cold.size(),
+                [&](std::size_t i) { static_cast<void>(TilePin(*cold[i])); });
+}
 
 void TileStore::release(TileStorage& storage) {
-    std::unique_ptr<TileStorage> owned(&storage);
-    std::shared_ptr<TileStore> last; // dropped after the lock
-    Implementation& state = *implementation_;
-    const LockGuard lock(state.mutex);
-    if (auto* buffer = std::get_if<TileBuffer>(&storage.residency)) {
-        state.counts.residentBytes -= static_cast<std::int64_t>(buffer->size());
-        --state.counts.residentTiles;
-        state.giveToPool(*buffer);
-    } else {
-        const auto& blob = std::get<TileStorage::SharedBlob>(storage.residency);
-        state.counts.compressedBytes -= static_cast<std::int64_t>(blob->size());
-        --state.counts.compressedTiles;
+    storage.store.implementation_->release(storage);
+}
+
+void TileStore::Implementation::release(TileStorage& storage) {
+    std::optional<Residency> content;
+    std::shared_ptr<TileStore> last; // of the last tile: the store may end with this call
+    bool hasDiscarded = false;
+    {
+        const LockGuard lock(mutex);
+        content = leave(storage);
+        if (content) {
+            if (auto* buffer = std::get_if<TileBuffer>(&*content)) {
+                hasDiscarded = retire(std::move(*buffer));
+            }
+        }
+        if (counts.tileCount == 0) last = std::move(self);
     }
-    if (--state.counts.tileCount == 0) last = std::move(state.self);
+    if (content) {
+        if (const auto* extent = std::get_if<Extent>(&*content)) scratch->release(*extent);
+    }
+    if (hasDiscarded) scheduleDiscard();
+    TileStorageReference::drop(storage);
 }
 
 } // namespace ombrel

@@ -3,8 +3,11 @@
 // coldest tiles down when a budget is passed and brings them back when they are pinned.
 // Every operation may be called from any thread. No lock is held across compression or I/O: slow
 // work runs on a remembered generation and is installed only if that still matches.
+// A store lives as long as somebody holds it or any of its tiles exists.
 #pragma once
 
+#include "Core/MemoryPressure.h"
+#include "Core/ScratchSpace.h"
 #include "Core/Tile.h"
 #include "Core/TileBuffer.h"
 #include "Core/TileCompression.h"
@@ -42,12 +45,23 @@ public:
         bool operator==(const Statistics&) const = default;
     };
 
-    /// The store of the process, made on first use with half of the physical memory.
+    /// What the store stands on; either may be absent. Without scratch space nothing is spilled,
+    /// without a pressure source only the budget counts.
+    struct Services {
+        std::unique_ptr<ScratchSpace> scratch;
+        std::unique_ptr<MemoryPressureSource> pressure;
+    };
+
+    /// The store of the process, made on first use with half of the physical memory, scratch space
+    /// in "OmbrelScratch" under the temporary directory, and the system's pressure source. Never
+    /// destroyed.
     static TileStore& shared();
 
-    /// Without a usable scratch directory the store has two levels and nothing is spilled.
+    /// With the system's pressure source. Without a usable scratch directory the store has two
+    /// levels and nothing is spilled.
     static std::shared_ptr<TileStore> create(Budget budget,
                                              const std::filesystem::path& scratchDirectory);
+    static std::shared_ptr<TileStore> create(Budget budget, Services services);
     ~TileStore();
     TileStore(const TileStore&) = delete;
     TileStore& operator=(const TileStore&) = delete;
@@ -62,27 +76,33 @@ public:
     Tile makeTile(TileBuffer buffer);                ///< resident
     Tile makeTile(TileBlob blob, TileFormat format); ///< compressed; decoded when first pinned
 
-    /// The tile's pixels, resident until the matching unpin. Prefer TilePin.
+    /// The tile's pixels, resident until the matching unpin. They may be written only while nobody
+    /// else holds or reads the tile. A tile that cannot be decoded reads as zeros and is counted;
+    /// one that cannot be read back from the scratch space ends the process. Prefer TilePin.
     std::byte* pin(const Tile& tile);
     void unpin(const Tile& tile);
     bool isResident(const Tile& tile) const;
     /// The stored form without making the tile resident; a resident tile is encoded for the call.
     TileBlob compressedBlob(const Tile& tile);
 
-    /// Pages the non-resident tiles in, in parallel, where there are at least two.
+    /// Pages the non-resident tiles in, in parallel, where there are at least two: a single one is
+    /// cheaper to bring in when it is used. The tiles may belong to different stores.
     static void prefetch(std::span<const Tile> tiles);
-    /// A hint that these tiles are needed less from now on: encoded in the background.
+    /// A hint that these tiles are needed less from now on: encoded in the background, whatever
+    /// the budget. Does not keep them alive. The tiles may belong to different stores.
     static void compress(std::span<const Tile> tiles);
-    /// Brings the store down to the targets; waits until that is done. Maintenance does the same
-    /// by itself when a budget is passed.
+    /// Compresses the coldest unpinned tiles until `residentTarget` bytes are left, then spills the
+    /// coldest blobs until `compressedTarget` bytes are left, and empties the pool if asked. Waits
+    /// until that is done; not to be called from a task of the utility pool. Maintenance does the
+    /// same by itself when a budget is passed.
     void evict(std::int64_t residentTarget, std::int64_t compressedTarget, bool dropPool);
 
 private:
     friend class Tile;
     struct Implementation;
 
-    explicit TileStore(std::unique_ptr<Implementation> implementation);
-    void release(TileStorage& storage);
+    TileStore(Budget budget, std::unique_ptr<ScratchSpace> scratch);
+    static void release(TileStorage& storage); ///< the last handle has gone
 
     std::unique_ptr<Implementation> implementation_;
 };
