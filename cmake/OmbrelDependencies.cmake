@@ -17,6 +17,7 @@ ombrel_pkg(JPEG libjpeg)
 ombrel_pkg(TIFF libtiff-4)
 ombrel_pkg(WEBP libwebp)
 ombrel_pkg(WEBPMUX libwebpmux)
+ombrel_pkg(WEBPDEMUX libwebpdemux)
 ombrel_pkg(HEIF libheif)
 
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)

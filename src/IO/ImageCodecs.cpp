@@ -13,8 +13,8 @@ namespace {
 constexpr std::array<ImageCodec, 5> codecs{{
     {
         .format = ImageFormat::png,
-        .recognises = nullptr,
-        .open = nullptr,
+        .recognises = png::recognises,
+        .open = png::open,
         .largestSide = 1'000'000,
         .layoutFor = png::layoutFor,
         .canEncode = png::canEncode,
@@ -22,8 +22,8 @@ constexpr std::array<ImageCodec, 5> codecs{{
     },
     {
         .format = ImageFormat::jpeg,
-        .recognises = nullptr,
-        .open = nullptr,
+        .recognises = jpeg::recognises,
+        .open = jpeg::open,
         .largestSide = 65'500,
         .layoutFor = jpeg::layoutFor,
         .canEncode = jpeg::canEncode,
@@ -31,8 +31,8 @@ constexpr std::array<ImageCodec, 5> codecs{{
     },
     {
         .format = ImageFormat::heic,
-        .recognises = nullptr,
-        .open = nullptr,
+        .recognises = heic::recognises,
+        .open = heic::open,
         .largestSide = 16'384,
         .layoutFor = heic::layoutFor,
         .canEncode = heic::canEncode,
@@ -40,8 +40,8 @@ constexpr std::array<ImageCodec, 5> codecs{{
     },
     {
         .format = ImageFormat::tiff,
-        .recognises = nullptr,
-        .open = nullptr,
+        .recognises = tiff::recognises,
+        .open = tiff::open,
         .largestSide = 300'000,
         .layoutFor = tiff::layoutFor,
         .canEncode = tiff::canEncode,
@@ -49,8 +49,8 @@ constexpr std::array<ImageCodec, 5> codecs{{
     },
     {
         .format = ImageFormat::webp,
-        .recognises = nullptr,
-        .open = nullptr,
+        .recognises = webp::recognises,
+        .open = webp::open,
         .largestSide = 16'383,
         .layoutFor = webp::layoutFor,
         .canEncode = webp::canEncode,
