@@ -12,6 +12,8 @@ std::string EngineError::text() const {
         return "GPU command failed: " + detail;
     case Kind::outOfMemory:
         return "Not enough GPU memory.";
+    case Kind::cancelled:
+        return "Cancelled.";
     }
     return {};
 }

@@ -44,8 +44,7 @@ struct ColorBurn {
         const auto zero = hn::Zero(FloatTag());
         const auto ratio =
             hn::Div(hn::Sub(one, b), hn::Max(s, constant(BlendMath::smallestDivisor)));
-        const auto burnt =
-            hn::IfThenElse(hn::Le(s, zero), zero, hn::Sub(one, hn::Min(ratio, one)));
+        const auto burnt = hn::IfThenElse(hn::Le(s, zero), zero, hn::Sub(one, hn::Min(ratio, one)));
         return hn::IfThenElse(hn::Ge(b, one), one, burnt);
     }
 };
@@ -99,8 +98,7 @@ struct SoftLight {
         auto near = hn::Sub(hn::Mul(constant(16), b), constant(12));
         near = hn::Mul(hn::Add(hn::Mul(near, b), constant(4)), b);
         const auto root = hn::IfThenElse(hn::Gt(b, constant(0.25f)), hn::Sqrt(b), near);
-        const auto lighter =
-            hn::Add(b, hn::Mul(hn::Sub(twiceSource, one), hn::Sub(root, b)));
+        const auto lighter = hn::Add(b, hn::Mul(hn::Sub(twiceSource, one), hn::Sub(root, b)));
         return hn::IfThenElse(hn::Le(s, constant(0.5f)), darker, lighter);
     }
 };

@@ -107,7 +107,7 @@ void blendRows(const BlendRowsArguments& in) {
             const auto hasAlpha = hn::Gt(c.alpha, hn::Zero(d));
             if (hn::AllFalse(d, hasAlpha)) continue;
             if constexpr (encodes) {
-                c = encode(c);
+                c = in.isPrecise ? encodePrecisely(c) : encode(c);
             } else {
                 c = zeroUnless(hasAlpha, c);
             }
@@ -115,8 +115,8 @@ void blendRows(const BlendRowsArguments& in) {
             c = loadBlock(in.planar + 4 * i);
         }
         if (hasFactor) {
-            c = scaled(c, in.factors != nullptr ? hn::LoadU(d, in.factors + i)
-                                                : constant(in.factor));
+            c = scaled(c,
+                       in.factors != nullptr ? hn::LoadU(d, in.factors + i) : constant(in.factor));
         }
         const PixelVector b = loadBlock(block);
         PixelVector result;

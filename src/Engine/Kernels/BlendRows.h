@@ -32,6 +32,7 @@ struct BlendRowsArguments {
     float factor = 1;               ///< opacity, times the mask where that is one value
     const float* factors = nullptr; ///< opacity times mask of every pixel; overrules `factor`
     bool isClipped = false;
+    bool isPrecise = false;  ///< encode to the last bit
     std::uint32_t index = 0; ///< of the step in its program: seeds the dissolve noise
     std::int32_t x = 0;      ///< canvas position of the first pixel
     std::int32_t y = 0;

@@ -27,8 +27,8 @@ HWY_INLINE void storePlanarPixel(float* planar, std::size_t pixel,
 }
 
 /// `count` pixels of one tile of a quad, as floats.
-void planarSpan(const GPUTileRef& ref, std::uint32_t row, std::uint32_t column,
-                std::uint32_t count, float* planar, std::size_t firstPixel) {
+void planarSpan(const GPUTileRef& ref, std::uint32_t row, std::uint32_t column, std::uint32_t count,
+                float* planar, std::size_t firstPixel) {
     const auto* halves = reinterpret_cast<const std::uint16_t*>(ref.pixels);
     for (std::uint32_t i = 0; i < count; ++i) {
         std::array<float, 4> color = ref.solid;
@@ -43,8 +43,8 @@ void planarSpan(const GPUTileRef& ref, std::uint32_t row, std::uint32_t column,
 
 /// Rows where tiles of pixels and of one colour meet: the colour need not be a half, so the rows
 /// become floats.
-void planarRows(const Quad& quad, std::uint32_t firstRow, std::uint32_t rowCount, bool encodes,
-                float* planar) {
+void planarRows(const Quad& quad, std::uint32_t firstRow, std::uint32_t rowCount,
+                const CompositePlan& plan, float* planar) {
     for (std::uint32_t y = 0; y < rowCount; ++y) {
         const QuadRow row = quad.row(firstRow + y);
         const std::size_t first = std::size_t{y} * tileEdge;
@@ -54,7 +54,9 @@ void planarRows(const Quad& quad, std::uint32_t firstRow, std::uint32_t rowCount
     for (std::size_t i = 0; i < std::size_t{rowCount} * tileEdge; i += laneCount()) {
         const PixelVector c = loadBlock(planar + 4 * i);
         const auto hasAlpha = hn::Gt(c.alpha, hn::Zero(FloatTag()));
-        storeBlock(encodes ? encode(c) : zeroUnless(hasAlpha, c), planar + 4 * i);
+        PixelVector source = zeroUnless(hasAlpha, c);
+        if (plan.isPerceptual()) source = plan.isPrecise() ? encodePrecisely(c) : encode(c);
+        storeBlock(source, planar + 4 * i);
     }
 }
 
@@ -101,6 +103,7 @@ private:
 BlendRowsArguments RowsRun::arguments(const CompositePlan::Step& step) {
     return {.accumulator = accumulator(),
             .pixelCount = pixelCount_,
+            .isPrecise = in_.plan->isPrecise(),
             .index = step.index,
             .x = in_.x,
             .y = in_.y + static_cast<std::int32_t>(firstRow_)};
@@ -125,19 +128,18 @@ void RowsRun::setFactors(const GPUCompositeLayer& layer, const Quad& mask,
 
 bool RowsRun::setSource(const GPULayerInput& input, BlendRowsArguments& rows) {
     const Quad quad{input.quad, input.phase};
-    const bool encodes = in_.plan->isPerceptual();
     const QuadRowsContent content = contentOfRows(quad, firstRow_, rowCount_);
     if (content.isOneColor) {
         const auto& [red, green, blue, alpha] = content.color;
         if (!(alpha > 0)) return false;
         PremultipliedColor color{red, green, blue, alpha};
-        if (encodes) color = TransferFunction::encode(color);
+        if (in_.plan->isPerceptual()) color = TransferFunction::encode(color);
         rows.kind = SourceKind::uniform;
         rows.uniform = {color.red, color.green, color.blue, color.alpha};
     } else if (content.hasSolid) {
         rows.kind = SourceKind::planar;
         rows.planar = in_.scratch->planarSource();
-        planarRows(quad, firstRow_, rowCount_, encodes, in_.scratch->planarSource());
+        planarRows(quad, firstRow_, rowCount_, *in_.plan, in_.scratch->planarSource());
     } else if (input.shifted == 0) {
         rows.halves = reinterpret_cast<const std::uint16_t*>(input.quad[0].pixels) +
                       4 * std::size_t{firstRow_} * tileEdge;
@@ -191,11 +193,10 @@ void RowsRun::mixUnder(const BlendRowsArguments& rows) {
     for (std::size_t i = 0; i < rows.pixelCount; i += laneCount()) {
         const PixelVector content = loadBlock(rows.planar + 4 * i);
         const PixelVector under = loadBlock(rows.accumulator + 4 * i);
-        const auto factor = rows.factors != nullptr ? hn::LoadU(d, rows.factors + i)
-                                                    : constant(rows.factor);
-        const auto mix = [&](FloatVector from, FloatVector to) HWY_ATTR {
-            return hn::Add(from, hn::Mul(hn::Sub(to, from), factor));
-        };
+        const auto factor =
+            rows.factors != nullptr ? hn::LoadU(d, rows.factors + i) : constant(rows.factor);
+        const auto mix = [&](FloatVector from, FloatVector to)
+                             HWY_ATTR { return hn::Add(from, hn::Mul(hn::Sub(to, from), factor)); };
         const PixelVector mixed{mix(under.red, content.red), mix(under.green, content.green),
                                 mix(under.blue, content.blue), mix(under.alpha, content.alpha)};
         storeBlock(select(hn::Eq(factor, constant(1)), content, mixed), rows.accumulator + 4 * i);

@@ -4,7 +4,8 @@
 // values from the first step to the last where the program is perceptual.
 //
 // The arithmetic is BlendMath's, operation by operation. Only the two transfer curves are
-// approximations (see TransferCurves-inl.h), so a linear program is exact to the last bit.
+// approximations (see TransferCurves-inl.h), so a linear program is exact to the last bit, and a
+// perceptual one within one half.
 //
 // A plan is made once for a program and shared by all threads; a scratch belongs to one thread.
 #pragma once
@@ -40,6 +41,9 @@ public:
     std::span<const GPUCompositeLayer> program() const { return program_; }
     std::span<const Step> steps() const { return steps_; }
     bool isPerceptual() const { return isPerceptual_; }
+    /// Whether encoding has to be right to the last bit: hue and saturation stretch the channels
+    /// of a nearly grey colour apart, so that their last bits decide what colour it becomes.
+    bool isPrecise() const { return isPrecise_; }
 
     /// Places of the steps that do something in a tile: layers with content, and groups that hold
     /// one of those.
@@ -49,6 +53,7 @@ private:
     std::vector<GPUCompositeLayer> program_;
     std::vector<Step> steps_;
     bool isPerceptual_;
+    bool isPrecise_ = false;
 };
 
 /// Working memory of the kernel for one thread.

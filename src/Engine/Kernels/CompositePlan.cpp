@@ -20,6 +20,7 @@ CompositePlan::CompositePlan(std::span<const GPUCompositeLayer> program, bool pe
     for (std::uint32_t i = 0; i < program_.size(); ++i) {
         const GPUCompositeLayer& layer = program_[i];
         const auto mode = static_cast<BlendMode>(layer.blendMode);
+        isPrecise_ = isPrecise_ || mode == BlendMode::hue || mode == BlendMode::saturation;
         const auto place = static_cast<std::uint32_t>(steps_.size());
         if ((layer.flags & CompositeFlags::begin) != 0) {
             if (open.size() == BlendMath::maximumStackDepth) continue;
@@ -41,8 +42,7 @@ CompositePlan::CompositePlan(std::span<const GPUCompositeLayer> program, bool pe
     }
 }
 
-std::vector<std::uint32_t>
-CompositePlan::liveSteps(std::span<const GPULayerInput> inputs) const {
+std::vector<std::uint32_t> CompositePlan::liveSteps(std::span<const GPULayerInput> inputs) const {
     std::vector<std::uint32_t> live;
     std::vector<std::size_t> begins; // where the open groups begin in `live`
     for (std::uint32_t place = 0; place < steps_.size(); ++place) {

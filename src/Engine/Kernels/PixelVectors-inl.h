@@ -76,18 +76,19 @@ HWY_INLINE HalfBitsVector halfFromFloat(FloatVector value) {
     const IntTag di;
     const auto bits = hn::BitCast(di, value);
     const auto magnitude = hn::And(bits, hn::Set(di, 0x7FFFFFFF));
-    const auto sign = hn::ShiftLeft<15>(hn::BitCast(di, hn::ShiftRight<31>(hn::BitCast(WordTag(), bits))));
+    const auto sign =
+        hn::ShiftLeft<15>(hn::BitCast(di, hn::ShiftRight<31>(hn::BitCast(WordTag(), bits))));
     // Rebias the exponent and add just below half a place, and the odd bit for ties to even.
     const auto odd = hn::And(hn::ShiftRight<13>(magnitude), hn::Set(di, 1));
-    const auto normal = hn::ShiftRight<13>(
-        hn::Add(hn::Add(magnitude, hn::Set(di, 0x0FFF - 0x38000000)), odd));
+    const auto normal =
+        hn::ShiftRight<13>(hn::Add(hn::Add(magnitude, hn::Set(di, 0x0FFF - 0x38000000)), odd));
     // Adding 0.5 lines the last places up, so that the addition rounds.
     const auto tiny = hn::Sub(hn::BitCast(di, hn::Add(hn::BitCast(d, magnitude), hn::Set(d, 0.5f))),
                               hn::Set(di, 0x3F000000));
     auto half = hn::IfThenElse(hn::Lt(magnitude, hn::Set(di, 0x38800000)), tiny, normal);
     half = hn::IfThenElse(hn::Gt(magnitude, hn::Set(di, 0x477FEFFF)), hn::Set(di, 0x7C00), half);
-    const auto payload = hn::Or(hn::Set(di, 0x7E00),
-                                hn::And(hn::ShiftRight<13>(magnitude), hn::Set(di, 0x1FF)));
+    const auto payload =
+        hn::Or(hn::Set(di, 0x7E00), hn::And(hn::ShiftRight<13>(magnitude), hn::Set(di, 0x1FF)));
     half = hn::IfThenElse(hn::Gt(magnitude, hn::Set(di, 0x7F800000)), payload, half);
     return hn::DemoteTo(HalfBitsTag(), hn::Or(half, sign));
 #else

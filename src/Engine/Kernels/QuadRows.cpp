@@ -47,8 +47,7 @@ void maskSpan(const GPUTileRef& ref, std::uint32_t row, std::uint32_t column, st
         std::fill_n(out, count, opacity * maskValue(ref.solid, background));
         return;
     }
-    const std::uint8_t* bytes =
-        pixelsOf<std::uint8_t>(ref) + std::size_t{row} * tileEdge + column;
+    const std::uint8_t* bytes = pixelsOf<std::uint8_t>(ref) + std::size_t{row} * tileEdge + column;
     for (std::uint32_t i = 0; i < count; ++i)
         out[i] = opacity * unitOfByte[bytes[i]];
 }

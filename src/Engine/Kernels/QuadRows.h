@@ -43,8 +43,8 @@ inline bool isNothing(const GPUTileRef& ref) {
 /// What a few rows of a quad amount to.
 struct QuadRowsContent {
     bool hasPixels = false;
-    bool hasSolid = false;    ///< a colour that is not nothing
-    bool isOneColor = true;   ///< no pixels, and the same colour (or nothing) everywhere
+    bool hasSolid = false;        ///< a colour that is not nothing
+    bool isOneColor = true;       ///< no pixels, and the same colour (or nothing) everywhere
     std::array<float, 4> color{}; ///< of isOneColor
 };
 

@@ -13,6 +13,8 @@
 #include "Core/TransferFunction.h"
 #include "Engine/Kernels/PixelVectors-inl.h"
 
+#include <cmath>
+
 HWY_BEFORE_NAMESPACE();
 namespace ombrel::Kernels::HWY_NAMESPACE {
 
@@ -37,15 +39,15 @@ HWY_INLINE FloatVector power(FloatVector x, float exponent) {
     const auto logarithm =
         hn::Mul(t, polynomial(t, 1.442704447f, -0.7213510527f, 0.480181414f, -0.3598696364f,
                               0.3020743616f, -0.2655921516f, 0.1445207832f));
-    const auto sum = hn::MulAdd(logarithm, constant(exponent),
-                                hn::Mul(hn::ConvertTo(d, e), constant(exponent)));
+    const auto sum =
+        hn::MulAdd(logarithm, constant(exponent), hn::Mul(hn::ConvertTo(d, e), constant(exponent)));
     const auto y = hn::Min(hn::Max(sum, constant(-125.0f)), constant(127.0f));
     const auto n = hn::NearestInt(y);
     const auto r = hn::Sub(y, hn::ConvertTo(d, n));
-    const auto fraction =
-        hn::MulAdd(r, polynomial(r, 0.693147215f, 0.2402265278f, 0.05550310551f, 0.009617692976f,
-                                 0.001340664385f, 0.0001559467701f),
-                   constant(1));
+    const auto fraction = hn::MulAdd(r,
+                                     polynomial(r, 0.693147215f, 0.2402265278f, 0.05550310551f,
+                                                0.009617692976f, 0.001340664385f, 0.0001559467701f),
+                                     constant(1));
     return hn::BitCast(d, hn::Add(hn::BitCast(di, fraction), hn::ShiftLeft<23>(n)));
 }
 
@@ -103,13 +105,14 @@ HWY_INLINE FloatVector encodeBelowTwo(FloatVector x) {
                                                    0.7903569831f, encodingGain};
     const SplitFloat parts = split(x);
     const auto t = parts.mantissaMinusOne;
-    const auto powered = hn::MulAdd(
-        t, polynomial(t, 0.416664328f, -0.121460753f, 0.0634837353f, -0.0382931421f, 0.0212033854f,
-                      -0.00836082637f, 0.00160316084f),
-        constant(1));
+    const auto powered =
+        hn::MulAdd(t,
+                   polynomial(t, 0.416664328f, -0.121460753f, 0.0634837353f, -0.0382931421f,
+                              0.0212033854f, -0.00836082637f, 0.00160316084f),
+                   constant(1));
     // The two octaves below 2^-7 share an index with the two highest: eight octaves further down.
-    const auto octaves = hn::IfThenElse(hn::Lt(x, constant(0.0078125f)), constant(0.09921256575f),
-                                        constant(1));
+    const auto octaves =
+        hn::IfThenElse(hn::Lt(x, constant(0.0078125f)), constant(0.09921256575f), constant(1));
     const auto gain = hn::Mul(hn::TableLookupLanes(hn::Load(d, gains), parts.octave), octaves);
     const auto curve = hn::MulSub(powered, gain, constant(encodingShift));
     return hn::IfThenElse(hn::Le(x, constant(TransferFunction::linearThreshold)),
@@ -119,19 +122,17 @@ HWY_INLINE FloatVector encodeBelowTwo(FloatVector x) {
 HWY_INLINE FloatVector decodeBelowTwo(FloatVector x) {
     const FloatTag d;
     // 2^(2.4 * e) for e from -7 to 0.
-    alignas(32) static constexpr float gains[8] = {
-        8.763869118411094e-06f, 4.6255980123532936e-05f, 0.00024414053768850863f,
-        0.0012885816395282745f, 0.006801174953579903f,   0.035896819084882736f,
-        0.18946455419063568f,   1.0f};
-    const SplitFloat parts =
-        split(hn::Mul(hn::Add(x, constant(0.055f)), constant(1 / 1.055f)));
+    alignas(32) static constexpr float gains[8] = {8.763869118411094e-06f,  4.6255980123532936e-05f,
+                                                   0.00024414053768850863f, 0.0012885816395282745f,
+                                                   0.006801174953579903f,   0.035896819084882736f,
+                                                   0.18946455419063568f,    1.0f};
+    const SplitFloat parts = split(hn::Mul(hn::Add(x, constant(0.055f)), constant(1 / 1.055f)));
     const auto t = parts.mantissaMinusOne;
-    const auto powered =
-        hn::MulAdd(t, polynomial(t, 2.39999793f, 1.68005147f, 0.223585867f, -0.0320651328f,
-                                 0.00773786639f, -0.0012764826f),
-                   constant(1));
-    const auto curve =
-        hn::Mul(powered, hn::TableLookupLanes(hn::Load(d, gains), parts.octave));
+    const auto powered = hn::MulAdd(t,
+                                    polynomial(t, 2.39999793f, 1.68005147f, 0.223585867f,
+                                               -0.0320651328f, 0.00773786639f, -0.0012764826f),
+                                    constant(1));
+    const auto curve = hn::Mul(powered, hn::TableLookupLanes(hn::Load(d, gains), parts.octave));
     return hn::IfThenElse(hn::Le(x, constant(TransferFunction::encodedThreshold)),
                           hn::Mul(x, constant(1 / 12.92f)), curve);
 }
@@ -179,6 +180,58 @@ HWY_INLINE void decodeStraight(PixelVector& c) {
 
 #endif
 
+/// x^encodingExponent from an approximation of it, in double: one Newton step towards the exponent
+/// 5/12, whose equation y^12 = x^5 needs no logarithm, and the rest of the exponent by its slope.
+template <typename DoubleTag, typename DoubleVector>
+HWY_INLINE DoubleVector refinedPower(DoubleTag d, DoubleVector x, DoubleVector logarithm,
+                                     DoubleVector y) {
+    constexpr double rest = 5.0 / 12.0 - double{TransferFunction::encodingExponent};
+    const auto x2 = hn::Mul(x, x);
+    const auto x5 = hn::Mul(hn::Mul(x2, x2), x);
+    const auto y3 = hn::Mul(hn::Mul(y, y), y);
+    const auto y6 = hn::Mul(y3, y3);
+    const auto y12 = hn::Mul(y6, y6);
+    const auto error = hn::Div(hn::Sub(x5, y12), y12);
+    const auto slope = hn::Sub(hn::Mul(error, hn::Set(d, 1.0 / 12.0)),
+                               hn::Mul(logarithm, hn::Set(d, rest * 0.6931471805599453)));
+    return hn::Add(y, hn::Mul(y, slope));
+}
+
+/// As TransferFunction::encode, to the last bit but for about one value in a thousand. For programs
+/// that stretch colours apart (see CompositePlan): there the last bit decides a hue.
+HWY_INLINE FloatVector encodePrecisely(FloatVector x) {
+    const FloatTag d;
+    const hn::Repartition<double, FloatTag> dDouble;
+    const hn::Half<FloatTag> dHalf;
+    const auto magnitude = hn::Abs(x);
+    const auto bits = hn::BitCast(IntTag(), magnitude);
+    const auto scaledBits =
+        hn::Mul(hn::ConvertTo(d, hn::Sub(bits, hn::Set(IntTag(), 0x3F800000))), constant(0x1p-23f));
+    const auto fraction = hn::Sub(scaledBits, hn::Floor(scaledBits));
+    // Base 2, within 0.01.
+    const auto logarithm = hn::MulAdd(hn::Mul(fraction, hn::Sub(constant(1), fraction)),
+                                      constant(0.3466f), scaledBits);
+    const auto y = power(magnitude, TransferFunction::encodingExponent);
+    const auto half = [&](auto xs, auto logarithms, auto ys) HWY_ATTR {
+        const auto wide = hn::PromoteTo(dDouble, xs);
+        const auto powered = refinedPower(dDouble, wide, hn::PromoteTo(dDouble, logarithms),
+                                          hn::PromoteTo(dDouble, ys));
+        const auto curve =
+            hn::Sub(hn::Mul(hn::Set(dDouble, 1.055), powered), hn::Set(dDouble, 0.055));
+        const auto isLinear =
+            hn::Le(wide, hn::Set(dDouble, double{TransferFunction::linearThreshold}));
+        const auto line = hn::Mul(hn::Set(dDouble, 12.92), wide);
+        return hn::DemoteTo(dHalf, hn::IfThenElse(isLinear, line, curve));
+    };
+    const auto lower = half(hn::LowerHalf(dHalf, magnitude), hn::LowerHalf(dHalf, logarithm),
+                            hn::LowerHalf(dHalf, y));
+    const auto upper = half(hn::UpperHalf(dHalf, magnitude), hn::UpperHalf(dHalf, logarithm),
+                            hn::UpperHalf(dHalf, y));
+    auto value = hn::Combine(d, upper, lower);
+    value = hn::IfThenElse(hn::Lt(magnitude, constant(HUGE_VALF)), value, magnitude);
+    return hn::CopySign(value, x);
+}
+
 /// Calls `curve` on the straight colours of premultiplied ones. Lanes with an alpha not above 0
 /// become 0.
 template <typename Curve>
@@ -201,6 +254,12 @@ HWY_INLINE PixelVector onStraight(const PixelVector& c, Curve curve) {
 
 HWY_INLINE PixelVector encode(const PixelVector& c) {
     return onStraight(c, [](PixelVector& x) HWY_ATTR { encodeStraight(x); });
+}
+
+inline HWY_NOINLINE PixelVector encodePrecisely(const PixelVector& c) {
+    return onStraight(c, [](PixelVector& x) HWY_ATTR {
+        x = {encodePrecisely(x.red), encodePrecisely(x.green), encodePrecisely(x.blue), x.alpha};
+    });
 }
 
 HWY_INLINE PixelVector decode(const PixelVector& c) {

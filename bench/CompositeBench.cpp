@@ -1,0 +1,129 @@
+// The composite kernel: pixel-layers a second of every blend mode, over tiles that stay in the
+// caches, and what memory alone would allow.
+#include "Base/Half.h"
+#include "Core/BlendMode.h"
+#include "Core/TileBuffer.h"
+#include "Engine/CpuDevice.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <span>
+#include <string>
+#include <tbb/parallel_for.h>
+#include <vector>
+
+namespace ombrel {
+
+namespace {
+
+// A picture as a photograph is made of: soft shapes and a little noise, opaque but for a soft hole.
+class TilePainter {
+public:
+    explicit TilePainter(std::uint32_t seed) : random_(seed) {}
+
+    void paint(std::span<std::uint16_t> halves, bool isOpaque) {
+        const float phase = unit() * 6;
+        for (std::size_t i = 0; i < pixelsPerTile; ++i) {
+            const auto x = static_cast<float>(i % 256) / 256;
+            const auto y = static_cast<float>(i / 256) / 256;
+            const float wave = 0.5f + 0.4f * std::sin(phase + 7 * x + 5 * y * y);
+            const float distance = std::hypot(x - 0.5f, y - 0.5f);
+            const float alpha = isOpaque ? 1 : std::clamp(4 * distance - 0.5f, 0.0f, 1.0f);
+            const float light = std::clamp(wave * wave + 0.05f * (unit() - 0.5f), 0.001f, 1.0f);
+            const std::array<float, 4> color{light * alpha, light * light * alpha,
+                                             (1 - 0.8f * light) * alpha, alpha};
+            for (std::size_t c = 0; c < 4; ++c)
+                halves[4 * i + c] = toHalf(color[c]).bits;
+        }
+    }
+
+private:
+    float unit() { return static_cast<float>(random_() >> 8) * 0x1p-24f; }
+
+    std::mt19937 random_;
+};
+
+TileBuffer paintedTile(std::uint32_t seed, bool isOpaque) {
+    TileBuffer buffer = TileBuffer::allocate(TileFormat::rgba16Float);
+    TilePainter(seed).paint({reinterpret_cast<std::uint16_t*>(buffer.bytes()), 4 * pixelsPerTile},
+                            isOpaque);
+    return buffer;
+}
+
+constexpr std::uint32_t layerCount = 8;
+constexpr std::size_t tileCount = 4;
+
+// Eight layers in one mode over four tiles: 16 MiB of sources, so the last-level cache holds them.
+void compositeMode(benchmark::State& state, BlendMode mode, bool perceptual) {
+    std::vector<TileBuffer> tiles;
+    for (std::uint32_t i = 0; i < layerCount; ++i)
+        tiles.push_back(paintedTile(i + 1, i % 2 == 0));
+    std::vector<TileBuffer> outputs;
+    std::vector<CompositeJob> jobs(tileCount);
+    for (CompositeJob& job : jobs) {
+        outputs.push_back(TileBuffer::allocate(TileFormat::rgba16Float));
+        job.output = outputs.back().bytes();
+        for (const TileBuffer& tile : tiles) {
+            LayerSource source;
+            source.quad[0] = static_cast<const std::byte*>(tile.bytes());
+            job.inputs.push_back(source);
+        }
+    }
+    GPUCompositeLayer layer;
+    layer.blendMode = static_cast<std::uint32_t>(mode);
+    const std::vector<GPUCompositeLayer> program(layerCount, layer);
+    CpuDevice device;
+    for (auto _ : state) {
+        if (!device.composite({program, perceptual, jobs}, nullptr))
+            state.SkipWithError("compositing failed");
+    }
+    state.SetItemsProcessed(state.iterations() *
+                            static_cast<std::int64_t>(layerCount * tileCount * pixelsPerTile));
+}
+
+constexpr std::size_t streamBytes = std::size_t{256} << 20;
+
+// Both cores copy memory that no cache holds; bytes are those read plus those written.
+template <typename Copy>
+void stream(benchmark::State& state, Copy copy) {
+    const std::vector<std::uint16_t> from(streamBytes / 2, 0x3800);
+    std::vector<std::uint16_t> to(streamBytes / 2);
+    constexpr std::size_t chunk = std::size_t{1} << 20;
+    for (auto _ : state) {
+        tbb::parallel_for(std::size_t{0}, from.size() / chunk, [&](std::size_t i) {
+            copy(from.data() + i * chunk, to.data() + i * chunk, chunk);
+        });
+    }
+    state.SetBytesProcessed(state.iterations() * 2 * static_cast<std::int64_t>(streamBytes));
+}
+
+void registerAll() {
+    for (const BlendModeName& name : blendModeNames) {
+        for (const bool perceptual : {false, true}) {
+            const std::string title = "Composite/" + std::string(name.rawValue) +
+                                      (perceptual ? "/perceptual" : "/linear");
+            benchmark::RegisterBenchmark(title.c_str(), [mode = name.mode,
+                                                         perceptual](benchmark::State& state) {
+                compositeMode(state, mode, perceptual);
+            })->UseRealTime();
+        }
+    }
+    benchmark::RegisterBenchmark("Composite/memcpy", [](benchmark::State& state) {
+        stream(state, [](const std::uint16_t* from, std::uint16_t* to, std::size_t count) {
+            std::memcpy(to, from, 2 * count);
+        });
+    })->UseRealTime();
+}
+
+const bool registered = [] {
+    registerAll();
+    return true;
+}();
+
+} // namespace
+
+} // namespace ombrel

@@ -1,0 +1,64 @@
+#include "Engine/CpuDevice.h"
+
+#include "Base/Check.h"
+#include "Engine/Kernels/CompositeKernel.h"
+
+#include <atomic>
+#include <tbb/blocked_range.h>
+#include <tbb/enumerable_thread_specific.h>
+#include <tbb/parallel_for.h>
+
+namespace ombrel {
+
+namespace {
+
+// Few tiles are cut into blocks of rows, so that all cores have work.
+constexpr std::size_t enoughTiles = 32;
+constexpr std::uint32_t rowsOfBlock = 32;
+
+using Scratches = tbb::enumerable_thread_specific<Kernels::CompositeScratch>;
+
+void runJob(const CompositeJob& job, const Kernels::CompositePlan& plan, std::uint32_t firstRow,
+            std::uint32_t rowCount, Kernels::CompositeScratch& scratch) {
+    std::vector<GPULayerInput> inputs;
+    inputs.reserve(job.inputs.size());
+    for (const LayerSource& source : job.inputs)
+        inputs.push_back(source.record());
+    const std::vector<std::uint32_t> liveSteps = plan.liveSteps(inputs);
+    Kernels::compositeRows({.plan = &plan,
+                            .liveSteps = liveSteps,
+                            .inputs = inputs,
+                            .x = static_cast<std::int32_t>(job.coord.x * tileSize),
+                            .y = static_cast<std::int32_t>(job.coord.y * tileSize),
+                            .firstRow = firstRow,
+                            .rowCount = rowCount,
+                            .output = reinterpret_cast<std::uint16_t*>(job.output),
+                            .scratch = &scratch});
+}
+
+} // namespace
+
+std::expected<void, EngineError> CpuDevice::composite(const CompositeBatch& batch,
+                                                      const Progress* progress) {
+    const Kernels::CompositePlan plan(batch.program, batch.perceptual);
+    const std::size_t blocks = batch.jobs.size() < enoughTiles ? tileSize / rowsOfBlock : 1;
+    const auto rows = static_cast<std::uint32_t>(tileSize / static_cast<std::int64_t>(blocks));
+    for (const CompositeJob& job : batch.jobs)
+        OMBREL_CHECK(job.inputs.size() == batch.program.size(), "a job has an input for each step");
+    Scratches scratches;
+    std::atomic<bool> isCancelled = false;
+    const auto run = [&](std::size_t item) {
+        if (isCancelled.load(std::memory_order_relaxed)) return;
+        if (progress != nullptr && progress->isCancelled()) {
+            isCancelled.store(true, std::memory_order_relaxed);
+            return;
+        }
+        const auto block = static_cast<std::uint32_t>(item % blocks);
+        runJob(batch.jobs[item / blocks], plan, block * rows, rows, scratches.local());
+    };
+    tbb::parallel_for(std::size_t{0}, batch.jobs.size() * blocks, run);
+    if (isCancelled) return std::unexpected(EngineError::cancelled());
+    return {};
+}
+
+} // namespace ombrel

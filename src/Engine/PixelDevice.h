@@ -1,0 +1,28 @@
+// The seam between the engine and whatever computes pixels. Engine code builds records and jobs and
+// hands them over in batches; it never loops over pixels itself. What a device computes is judged
+// by BlendMath::evaluate: no channel is further from it than one half.
+#pragma once
+
+#include "Base/Progress.h"
+#include "Engine/CompositeJob.h"
+#include "Engine/EngineError.h"
+
+#include <expected>
+
+namespace ombrel {
+
+class PixelDevice {
+public:
+    PixelDevice() = default;
+    PixelDevice(const PixelDevice&) = delete;
+    PixelDevice& operator=(const PixelDevice&) = delete;
+    virtual ~PixelDevice() = default;
+
+    /// Computes every job of the batch; returns when all outputs are written. A cancelled
+    /// `progress` ends it early with EngineError::Kind::cancelled and outputs undefined.
+    /// Any thread; calls may overlap.
+    virtual std::expected<void, EngineError> composite(const CompositeBatch& batch,
+                                                       const Progress* progress) = 0;
+};
+
+} // namespace ombrel
