@@ -109,14 +109,14 @@ void registerAll() {
             benchmark::RegisterBenchmark(title.c_str(), [mode = name.mode,
                                                          perceptual](benchmark::State& state) {
                 compositeMode(state, mode, perceptual);
-            })->UseRealTime();
+            })->MeasureProcessCPUTime()->UseRealTime();
         }
     }
     benchmark::RegisterBenchmark("Composite/memcpy", [](benchmark::State& state) {
         stream(state, [](const std::uint16_t* from, std::uint16_t* to, std::size_t count) {
             std::memcpy(to, from, 2 * count);
         });
-    })->UseRealTime();
+    })->MeasureProcessCPUTime()->UseRealTime();
 }
 
 const bool registered = [] {
