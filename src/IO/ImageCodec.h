@@ -28,6 +28,9 @@ struct ImageCodec {
     bool (*canEncode)();
     std::expected<void, ImageIOError> (*encode)(const ImageEncodeRequest& request,
                                                 SampleRowSource& rows, ByteSink& sink);
+    /// Share of the encoding's time that passes while rows are drawn: below 1 for encoders that
+    /// hold the whole picture and work on after the last row.
+    double rowsShare = 1;
 };
 
 } // namespace ombrel

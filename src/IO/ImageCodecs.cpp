@@ -19,6 +19,7 @@ constexpr std::array<ImageCodec, 5> codecs{{
         .layoutFor = png::layoutFor,
         .canEncode = png::canEncode,
         .encode = png::encode,
+        .rowsShare = 1,
     },
     {
         .format = ImageFormat::jpeg,
@@ -28,6 +29,7 @@ constexpr std::array<ImageCodec, 5> codecs{{
         .layoutFor = jpeg::layoutFor,
         .canEncode = jpeg::canEncode,
         .encode = jpeg::encode,
+        .rowsShare = 1,
     },
     {
         .format = ImageFormat::heic,
@@ -37,6 +39,7 @@ constexpr std::array<ImageCodec, 5> codecs{{
         .layoutFor = heic::layoutFor,
         .canEncode = heic::canEncode,
         .encode = heic::encode,
+        .rowsShare = 0.1,
     },
     {
         .format = ImageFormat::tiff,
@@ -46,6 +49,7 @@ constexpr std::array<ImageCodec, 5> codecs{{
         .layoutFor = tiff::layoutFor,
         .canEncode = tiff::canEncode,
         .encode = tiff::encode,
+        .rowsShare = 1,
     },
     {
         .format = ImageFormat::webp,
@@ -55,6 +59,7 @@ constexpr std::array<ImageCodec, 5> codecs{{
         .layoutFor = webp::layoutFor,
         .canEncode = webp::canEncode,
         .encode = webp::encode,
+        .rowsShare = 0.1,
     },
 }};
 

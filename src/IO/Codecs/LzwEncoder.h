@@ -18,7 +18,7 @@ public:
     std::vector<std::uint8_t> encode(std::span<const std::uint8_t> input);
 
     static constexpr std::size_t longestOutput(std::size_t inputLength) {
-        return inputLength + inputLength / 7 + 16;
+        return inputLength + inputLength / 8 + inputLength / 200 + 16;
     }
 
 private:
