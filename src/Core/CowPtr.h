@@ -1,8 +1,10 @@
 // A value held by a shared pointer that is cloned on the first write while somebody else shares it:
-// what makes copies of a layer tree cost the path to the changed node.
+// what makes copies of a layer tree cost the path to the changed node. Copies go freely between
+// threads; one CowPtr is changed by one thread at a time, as any value.
 #pragma once
 
-#include <memory>
+#include <atomic>
+#include <cstdint>
 #include <utility>
 
 namespace ombrel {
@@ -10,26 +12,44 @@ namespace ombrel {
 template <typename T>
 class CowPtr {
 public:
-    CowPtr() : value_(std::make_shared<T>()) {}
-    CowPtr(T value) : value_(std::make_shared<T>(std::move(value))) {} // NOLINT: a value in a box
+    CowPtr() : box_(new Box{}) {}
+    CowPtr(T value) : box_(new Box{.value = std::move(value)}) {} // NOLINT: a value in a box
+    CowPtr(const CowPtr& other) : box_(other.box_) {
+        box_->holders.fetch_add(1, std::memory_order_relaxed);
+    }
+    CowPtr(CowPtr&& other) noexcept : box_(std::exchange(other.box_, nullptr)) {}
+    CowPtr& operator=(CowPtr other) noexcept {
+        std::swap(box_, other.box_);
+        return *this;
+    }
+    ~CowPtr() {
+        if (box_ != nullptr && box_->holders.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete box_;
+    }
 
-    const T& operator*() const { return *value_; }
-    const T* operator->() const { return value_.get(); }
-    const T* get() const { return value_.get(); }
+    const T& operator*() const { return box_->value; }
+    const T* operator->() const { return &box_->value; }
+    const T* get() const { return &box_->value; }
 
     /// For changing in place; clones first when shared.
     T& write() {
-        if (value_.use_count() != 1) value_ = std::make_shared<T>(*value_);
-        return *value_;
+        // Acquire: what others did with the value before they let go happened before this write.
+        if (box_->holders.load(std::memory_order_acquire) != 1) *this = CowPtr(box_->value);
+        return box_->value;
     }
 
-    bool isSameObject(const CowPtr& other) const { return value_ == other.value_; }
+    bool isSameObject(const CowPtr& other) const { return box_ == other.box_; }
     bool operator==(const CowPtr& other) const {
-        return value_ == other.value_ || *value_ == *other.value_;
+        return box_ == other.box_ || box_->value == other.box_->value;
     }
 
 private:
-    std::shared_ptr<T> value_;
+    struct Box {
+        std::atomic<std::uint32_t> holders{1};
+        T value{};
+    };
+
+    Box* box_; ///< null only after a move
 };
 
 } // namespace ombrel

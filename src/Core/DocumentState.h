@@ -19,9 +19,15 @@ namespace ombrel {
 class TileStore;
 
 struct DocumentState {
-    struct White {};
-    struct Black {};
-    struct Transparent {};
+    struct White {
+        bool operator==(const White&) const = default;
+    };
+    struct Black {
+        bool operator==(const Black&) const = default;
+    };
+    struct Transparent {
+        bool operator==(const Transparent&) const = default;
+    };
     using Background = std::variant<PremultipliedColor, White, Black, Transparent>;
 
     struct Location {
@@ -32,7 +38,8 @@ struct DocumentState {
     };
 
     Canvas canvas;
-    CowPtr<GroupLayer> root; ///< named "Root"; its opacity, mode and mask are never applied
+    /// Its opacity, mode and mask are never applied.
+    CowPtr<GroupLayer> root = GroupLayer::named("Root");
     std::optional<LayerID> activeLayerID;
     bool paintsMaskValues = false; ///< painting tools write mask values: colours are grey levels
 
@@ -59,7 +66,8 @@ struct DocumentState {
     std::vector<TileGrid> allMasks() const;
     std::vector<TileGrid> allGrids() const; ///< pixels of all layers, then all masks
     std::unordered_set<TileID> tileIDs() const;
-    /// Tiles this state holds and `other` does not, each once. Costs by what differs.
+    /// Tiles this state holds and `other` does not, each once. Equal trees cost nothing; where
+    /// something differs, `other`'s stored cells are scanned once.
     std::vector<Tile> tilesNotIn(const DocumentState& other) const;
     /// Bytes, uncompressed, that only `other` holds: what keeping it beside this one costs.
     std::int64_t retainedBytes(const DocumentState& other) const;

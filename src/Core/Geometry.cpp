@@ -79,6 +79,12 @@ std::string PixelRect::text() const {
     return fmt::format("({}, {}, {}×{})", x, y, width, height);
 }
 
+TileRange intersectionOf(const TileRange& a, const TileRange& b) {
+    const TileRange common{std::max(a.minX, b.minX), std::max(a.minY, b.minY),
+                           std::min(a.maxX, b.maxX), std::min(a.maxY, b.maxY)};
+    return common.isEmpty() ? TileRange{} : common;
+}
+
 PixelRect unionOf(const PixelRect& a, const PixelRect& b) {
     if (b.isEmpty()) return a;
     if (a.isEmpty()) return b;

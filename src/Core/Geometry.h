@@ -56,11 +56,17 @@ struct TileRange {
 
     class Iterator;
 
+    /// Every tile there can be.
+    static constexpr TileRange everything() {
+        return {-0x80000000LL, -0x80000000LL, 0x7FFFFFFFLL, 0x7FFFFFFFLL};
+    }
+
     bool isEmpty() const { return maxX < minX || maxY < minY; }
     std::int64_t count() const { return isEmpty() ? 0 : (maxX - minX + 1) * (maxY - minY + 1); }
-    bool contains(TileCoord coord) const {
-        return coord.x >= minX && coord.x <= maxX && coord.y >= minY && coord.y <= maxY;
+    bool contains(std::int64_t x, std::int64_t y) const {
+        return x >= minX && x <= maxX && y >= minY && y <= maxY;
     }
+    bool contains(TileCoord coord) const { return contains(coord.x, coord.y); }
     Iterator begin() const;
     Iterator end() const;
     bool operator==(const TileRange&) const = default;
@@ -91,6 +97,8 @@ struct PixelRect {
     bool operator==(const PixelRect&) const = default;
 };
 
+/// Common tiles; {0, 0, -1, -1} where there are none.
+TileRange intersectionOf(const TileRange& a, const TileRange& b);
 /// Bounding rectangle; an empty one adds nothing (`a` where both are empty).
 PixelRect unionOf(const PixelRect& a, const PixelRect& b);
 /// Common part; all zero where there is none.

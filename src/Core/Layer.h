@@ -72,6 +72,8 @@ struct PixelLayer {
     PixelOffset offset; ///< where `pixels` sits on the canvas
     std::optional<LayerMask> mask;
 
+    static PixelLayer named(std::string name); ///< new and empty
+
     const LayerMask* activeMask() const; ///< the mask when present and enabled, else null
     bool operator==(const PixelLayer&) const = default;
 };
@@ -83,6 +85,8 @@ struct GroupLayer {
     LayerProperties properties;
     std::vector<LayerNode> children;
     std::optional<LayerMask> mask;
+
+    static GroupLayer named(std::string name); ///< new and empty
 
     const LayerMask* activeMask() const;
     bool operator==(const GroupLayer&) const;

@@ -5,10 +5,13 @@
 
 #include "Core/Geometry.h"
 #include "Core/Tile.h"
+#include "Core/TileGridNode.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <type_traits>
 #include <utility>
 
 namespace ombrel {
@@ -27,9 +30,18 @@ public:
     bool isPixels() const { return tile_ != nullptr; }
     const PremultipliedColor& color() const { return *color_; } ///< of a solid cell
     const Tile& tile() const { return *tile_; }                 ///< of a pixels cell
-    std::optional<TileContent> content() const;
+    std::optional<TileContent> content() const {
+        if (isSolid()) return *color_;
+        if (isPixels()) return *tile_;
+        return std::nullopt;
+    }
 
-    bool operator==(const TileCell& other) const; ///< by content; tiles by identity
+    /// By content; tiles by identity.
+    bool operator==(const TileCell& other) const {
+        if (isSolid() && other.isSolid()) return *color_ == *other.color_;
+        if (isPixels() && other.isPixels()) return *tile_ == *other.tile_;
+        return isAbsent() && other.isAbsent();
+    }
 
 private:
     const PremultipliedColor* color_ = nullptr;
@@ -38,9 +50,9 @@ private:
 
 class TileGrid {
 public:
-    explicit TileGrid(TileFormat format);
+    explicit TileGrid(TileFormat format) : format_(format) {}
 
-    TileFormat format() const;
+    TileFormat format() const { return format_; }
     bool isEmpty() const;
     std::int64_t tileCount() const;      ///< cells
     std::int64_t pixelTileCount() const; ///< cells that are stored tiles
@@ -83,13 +95,66 @@ public:
     /// The same for the cells of a range.
     template <typename Visit>
     void forEachIn(const TileRange& range, Visit&& visit) const;
+    /// Calls visit(TileCoord, const Tile&) for every stored tile in no set order; costs by what is
+    /// stored, however many solid cells there are. A visit that returns false ends the walk.
+    template <typename Visit>
+    void forEachTile(Visit&& visit) const;
     /// Calls visit(TileCoord, TileCell before, TileCell after) for every cell that differs, in no
-    /// set order; costs by what differs, not by what is there. Formats must agree.
+    /// set order; costs by what differs, not by what is there. Formats must agree. A visit that
+    /// returns false ends the comparison.
     template <typename Visit>
     static void diff(const TileGrid& before, const TileGrid& after, Visit&& visit);
 
-    /// Equal formats and equal cells.
+    /// Equal formats and equal cells. Costs by what differs, up to the first difference.
     bool operator==(const TileGrid& other) const;
+
+private:
+    // One tree for each combination of signs, so that no node covers both sides of an axis and
+    // heights stay as small as the content allows.
+    static constexpr int quadrantCount = 4;
+
+    class Shifter;
+
+    struct Quadrant {
+        int index;
+
+        static constexpr Quadrant of(TileCoord coord) {
+            return {(coord.x < 0 ? 1 : 0) | (coord.y < 0 ? 2 : 0)};
+        }
+        constexpr bool isLeft() const { return (index & 1) != 0; }
+        constexpr bool isUpper() const { return (index & 2) != 0; }
+        /// The slot of a root in a parent put above it: the one next to the plane's origin.
+        constexpr int cornerSlot() const { return (isLeft() ? 7 : 0) | (isUpper() ? 56 : 0); }
+        /// Where a root of this height begins.
+        std::int64_t originX(int height) const {
+            return isLeft() ? -TileGridNode::sideOfHeight(height) : 0;
+        }
+        std::int64_t originY(int height) const {
+            return isUpper() ? -TileGridNode::sideOfHeight(height) : 0;
+        }
+        /// The part of a range in this quadrant; empty where there is none.
+        TileRange partOf(const TileRange& range) const;
+        /// The least height of a root that covers a range within the quadrant.
+        int heightFor(const TileRange& range) const;
+    };
+
+    const TileGridNodeRef& root(Quadrant quadrant) const {
+        return roots_[static_cast<std::size_t>(quadrant.index)];
+    }
+    TileGridNodeRef& root(Quadrant quadrant) {
+        return roots_[static_cast<std::size_t>(quadrant.index)];
+    }
+
+    /// Every cell of the range becomes the solid, or absent without one.
+    void assign(const TileRange& range, const std::optional<PremultipliedColor>& color);
+    TileGrid subgridOfTiles(const TileRange& range) const;
+    TileGrid shiftedByTiles(std::int64_t dx, std::int64_t dy) const;
+    TileGrid shiftedByPixels(std::int64_t dx, std::int64_t dy, TileStore& store) const;
+
+    TileFormat format_;
+    std::array<TileGridNodeRef, quadrantCount> roots_;
 };
 
 } // namespace ombrel
+
+#include "Core/TileGridWalk.h"
