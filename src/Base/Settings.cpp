@@ -77,7 +77,7 @@ Settings::~Settings() {
         const LockGuard lock(mutex_);
         saveTimer_.cancel();
     }
-    static_cast<void>(save()); // told in the log
+    [[maybe_unused]] const auto saved = save(); // a failure is told in the log
 }
 
 Json Settings::json(std::string_view name) const {
@@ -141,7 +141,7 @@ void Settings::set(const TextListSetting& key, std::vector<std::string> value) {
     setJson(key.name, lastOf(std::move(value), key.maximumCount));
 }
 
-void Settings::setJson(std::string_view name, Json value) {
+void Settings::setJson(std::string_view name, const Json& value) {
     ChangeSignal* signal = nullptr; // signals live as long as the settings
     {
         const LockGuard lock(mutex_);
@@ -173,7 +173,8 @@ Connection Settings::onChange(std::string_view name, std::function<void(const Js
 void Settings::scheduleSave() {
     if (isSaveScheduled_) return;
     isSaveScheduled_ = true;
-    saveTimer_.startOnce(saveDelay, writer_, [this] { static_cast<void>(writeChanges()); });
+    saveTimer_.startOnce(saveDelay, writer_,
+                         [this] { [[maybe_unused]] const auto written = writeChanges(); });
 }
 
 std::expected<void, FileError> Settings::save() {

@@ -53,7 +53,7 @@ public:
     void set(const ChoiceSetting& key, std::string_view value);
     void set(const TextListSetting& key, std::vector<std::string> value);
     /// Null removes the key. Setting what is there already does nothing.
-    void setJson(std::string_view name, Json value);
+    void setJson(std::string_view name, const Json& value);
 
     /// Called with the stored value (null when removed) after each change made in this process.
     Connection onChange(std::string_view name, std::function<void(const Json&)> callback);

@@ -1,6 +1,7 @@
 #include "Base/AtomicFile.h"
 
-#include "Base/TemporaryFolder.h"
+#include "TestSeed.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,8 @@
 
 namespace ombrel {
 namespace {
+
+using test::TemporaryFolder;
 
 constexpr std::uint64_t limit = 1 << 20;
 
@@ -56,8 +59,7 @@ TEST(AtomicFile, leavesNothingWithoutACommit) {
 }
 
 TEST(AtomicFile, randomWritesAndReadsAgreeWithAModel) {
-    const char* given = std::getenv("OMBREL_TEST_SEED");
-    const auto seed = static_cast<unsigned>(given ? std::atoi(given) : 7);
+    const auto seed = static_cast<unsigned>(testSeed());
     SCOPED_TRACE(seed);
     std::minstd_rand random(seed);
     const TemporaryFolder folder;

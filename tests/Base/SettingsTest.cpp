@@ -2,7 +2,7 @@
 
 #include "Base/AtomicFile.h"
 #include "Base/Log.h"
-#include "Base/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,8 @@
 
 namespace ombrel {
 namespace {
+
+using test::TemporaryFolder;
 
 std::string contents(const std::filesystem::path& path) {
     return readSmallFile(path, 1 << 20).value_or("(unreadable)");

@@ -1,6 +1,6 @@
 #include "Base/XdgFolders.h"
 
-#include "Base/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +13,8 @@
 
 namespace ombrel {
 namespace {
+
+using test::TemporaryFolder;
 
 /// The environment as given for a scope; a variable without a value is absent.
 class ScopedEnvironment {

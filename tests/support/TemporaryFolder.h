@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace ombrel {
+namespace ombrel::test {
 
 class TemporaryFolder {
 public:
@@ -39,4 +39,4 @@ private:
     std::filesystem::path path_;
 };
 
-} // namespace ombrel
+} // namespace ombrel::test
