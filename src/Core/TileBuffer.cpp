@@ -18,6 +18,21 @@
 
 namespace ombrel {
 
+#ifdef OMBREL_PLAIN_TILE_BUFFERS
+
+// The address sanitizer sees overruns of single blocks, not of slots.
+TileBuffer TileBuffer::allocate(TileFormat format) {
+    void* const block = std::aligned_alloc(4096, bytesPerTile(format));
+    OMBREL_CHECK(block != nullptr, "there is memory for a tile");
+    return {format, static_cast<std::byte*>(block), nullptr};
+}
+
+TileBuffer::~TileBuffer() {
+    std::free(bytes_);
+}
+
+#else
+
 namespace {
 
 constexpr std::size_t slabSize = std::size_t{2} << 20; ///< one huge page
@@ -93,21 +108,6 @@ SlabSource& slabsOf(TileFormat format) {
 }
 
 } // namespace
-
-#ifdef OMBREL_PLAIN_TILE_BUFFERS
-
-// The address sanitizer sees overruns of single blocks, not of slots.
-TileBuffer TileBuffer::allocate(TileFormat format) {
-    void* const block = std::aligned_alloc(4096, bytesPerTile(format));
-    OMBREL_CHECK(block != nullptr, "there is memory for a tile");
-    return {format, static_cast<std::byte*>(block), nullptr};
-}
-
-TileBuffer::~TileBuffer() {
-    std::free(bytes_);
-}
-
-#else
 
 TileBuffer TileBuffer::allocate(TileFormat format) {
     const auto [slab, slot] = slabsOf(format).take();

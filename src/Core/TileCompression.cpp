@@ -27,9 +27,6 @@ constexpr std::size_t blockHeaderSize = 12; ///< mark, decoded size, encoded siz
 constexpr std::size_t endMarkSize = 4;
 constexpr std::size_t dictionarySize = 65536; ///< how far back LZ4 refers
 
-/// Trades size for speed: each step searches matches a little less thoroughly.
-constexpr int acceleration = 4;
-
 constexpr bool hasPlanes(TileFormat format) {
     return format == TileFormat::rgba16Float;
 }
@@ -60,7 +57,7 @@ std::optional<std::span<const std::byte>> encodeStream(std::span<const std::byte
     const int encoded =
         LZ4_compress_fast(reinterpret_cast<const char*>(planes.data()),
                           reinterpret_cast<char*>(&target[blockHeaderSize]),
-                          static_cast<int>(planes.size()), static_cast<int>(room), acceleration);
+                          static_cast<int>(planes.size()), static_cast<int>(room), lz4Acceleration);
     if (encoded <= 0) return std::nullopt;
     putWord(&target[0], static_cast<std::uint32_t>(Mark::lz4Block));
     putWord(&target[4], static_cast<std::uint32_t>(planes.size()));

@@ -20,6 +20,9 @@ using TileBlob = std::vector<std::byte>;
 
 namespace TileCompression {
 
+/// Trades size for speed: LZ4 looks for matches the less thoroughly, the higher this is.
+inline constexpr int lz4Acceleration = 4;
+
 /// `bytes` are the bytesPerTile(format) bytes of a tile. A tile that LZ4 does not make smaller is
 /// stored plain and costs one byte more than it holds.
 TileBlob encode(std::span<const std::byte> bytes, TileFormat format);

@@ -165,7 +165,14 @@ void TileStore::Implementation::compressListed(std::span<const TileStorageRefere
 }
 
 void TileStore::Implementation::encode(std::span<EncodePick> picks) {
-    parallelFor(ThreadPool::shared(TaskPriority::utility), picks.size(),
+    // Nobody waits for the encoding, unless tiles are made so fast that threads which yield to
+    // everything else would never catch up.
+    const bool isUrgent = [this] {
+        const LockGuard lock(mutex);
+        return counts.residentBytes - budget.residentBytes > budget.residentBytes / 4;
+    }();
+    const TaskPriority priority = isUrgent ? TaskPriority::userInitiated : TaskPriority::utility;
+    parallelFor(ThreadPool::shared(priority), picks.size(),
                 [&](std::size_t i) { encode(picks[i]); });
     freeDiscarded();
 }
