@@ -1,48 +1,29 @@
 #include "IO/RowCurveTable.h"
 
-#include "Base/Half.h"
-
-#include <bit>
-#include <cmath>
+#include <limits>
 
 namespace ombrel {
 
 RowCurveTable::RowCurveTable(const ToneCurve& curve, CurveDirection direction, double tolerance)
-    : curve_(curve), direction_(direction), isIdentity_(curve == ToneCurve()) {
-    // Samples are joined by lines already: faster to ask than to tabulate.
-    if (isIdentity_ || (curve.isSampled() && direction == CurveDirection::linearise)) return;
-    values_.resize(infinity + 1);
-    rough_.assign(infinity, 1);
-    const auto argumentAt = [](std::uint32_t bits) {
-        return bits == infinity ? 65536.0 : toFloat(Half{static_cast<std::uint16_t>(bits)});
+    : curve_(curve), direction_(direction), lines_((beyond - smallestNormal) >> 13) {
+    const auto argumentAt = [](std::size_t index) {
+        const auto bits = smallestNormal + (static_cast<std::uint32_t>(index) << 13);
+        return double{std::bit_cast<float>(bits)};
     };
-    for (std::uint32_t bits = 0; bits <= infinity; ++bits)
-        values_[bits] = static_cast<float>(exactly(argumentAt(bits)));
-    for (std::uint32_t bits = firstNormal; bits < infinity; ++bits) {
-        const double middle = exactly((argumentAt(bits) + argumentAt(bits + 1)) / 2);
-        const double onLine = (double{values_[bits]} + double{values_[bits + 1]}) / 2;
-        rough_[bits] = !(std::fabs(onLine - middle) <= tolerance * middle);
+    double value = exactly(argumentAt(0));
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+        const double next = exactly(argumentAt(i + 1));
+        const double middle = exactly((argumentAt(i) + argumentAt(i + 1)) / 2);
+        const bool isLine = std::fabs((value + next) / 2 - middle) <= tolerance * middle;
+        lines_[i].value = static_cast<float>(value);
+        lines_[i].slope = isLine ? static_cast<float>((next - value) * 0x1p-13)
+                                 : std::numeric_limits<float>::quiet_NaN();
+        value = next;
     }
 }
 
 double RowCurveTable::exactly(double x) const {
     return direction_ == CurveDirection::linearise ? curve_.linearised(x) : curve_.encoded(x);
-}
-
-float RowCurveTable::operator()(float x) const {
-    if (isIdentity_) return x;
-    const std::uint32_t magnitude = std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFFu;
-    constexpr std::uint32_t smallestNormal = 0x38800000; // 2^-14
-    constexpr std::uint32_t beyond = 0x47800000;         // 2^16
-    if (magnitude == 0) return x;
-    if (values_.empty() || magnitude < smallestNormal || magnitude >= beyond) {
-        return static_cast<float>(exactly(x));
-    }
-    const std::uint32_t index = (magnitude - 0x38000000u) >> 13;
-    if (rough_[index] != 0) return static_cast<float>(exactly(x));
-    const float share = static_cast<float>(magnitude & 0x1FFFu) * 0x1p-13f;
-    const float y = values_[index] + (values_[index + 1] - values_[index]) * share;
-    return std::copysign(y, x);
 }
 
 } // namespace ombrel

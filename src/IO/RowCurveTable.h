@@ -5,6 +5,8 @@
 
 #include "Core/ToneCurve.h"
 
+#include <bit>
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -18,19 +20,34 @@ public:
     RowCurveTable(const ToneCurve& curve, CurveDirection direction, double tolerance);
 
     /// Any finite value; mirrored below 0.
-    float operator()(float x) const;
+    float operator()(float x) const {
+        const std::uint32_t magnitude = std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFFu;
+        const std::uint32_t offset = magnitude - smallestNormal; // wraps for what is smaller
+        if (offset < beyond - smallestNormal) [[likely]] {
+            const Line& line = lines_[offset >> 13];
+            const float y = line.value + line.slope * static_cast<float>(magnitude & 0x1FFFu);
+            if (y == y) [[likely]]
+                return std::copysign(y, x);
+        }
+        return magnitude == 0 ? x : static_cast<float>(exactly(x));
+    }
     /// The curve itself.
     double exactly(double x) const;
 
 private:
-    static constexpr std::uint32_t firstNormal = 0x0400; ///< as the bits of a half
-    static constexpr std::uint32_t infinity = 0x7C00;
+    static constexpr std::uint32_t smallestNormal = 0x38800000; ///< 2^-14 as a float
+    static constexpr std::uint32_t beyond = 0x47800000;         ///< 2^16 as a float
+
+    /// Over the floats between two halves; the slope is per unit in the last place of the float,
+    /// and not a number where the curve is no line.
+    struct Line {
+        float value = 0;
+        float slope = 0;
+    };
 
     ToneCurve curve_;
     CurveDirection direction_;
-    bool isIdentity_;
-    std::vector<float> values_;       ///< at each half from 0 to 2^16
-    std::vector<std::uint8_t> rough_; ///< whether the interval above a half is no line
+    std::vector<Line> lines_;
 };
 
 } // namespace ombrel

@@ -13,7 +13,7 @@ struct RowEncoder::Implementation {
 namespace {
 
 // A document's profile that has no curves (an importer never leaves one) counts as sRGB.
-std::array<ToneCurve, 3> curvesOf(const ColorProfile& profile) {
+ChannelCurves curvesOf(const ColorProfile& profile) {
     const std::optional<ColorProfileReading> reading = readColorProfile(profile.iccData());
     if (reading && reading->shaper) return reading->shaper->curves;
     return {ToneCurve::sRGB(), ToneCurve::sRGB(), ToneCurve::sRGB()};

@@ -15,7 +15,7 @@ namespace ombrel {
 namespace {
 
 constexpr std::uint16_t halfOne = 0x3C00;
-// Of values between halves, before they are rounded; see Channel::encodedTranslucent.
+// Of values between halves, before they are rounded; see Channel::nearest.
 constexpr double encodedTolerance = 0x1p-23;
 
 template <typename Sample>
@@ -47,33 +47,42 @@ public:
 
     Sample opaque(std::uint16_t bits) const { return samples_[bits]; }
 
-    /// Any finite linear value.
-    Sample translucent(float linear) const {
+    /// For what lies between halves; made when a pixel first needs it.
+    const RowCurveTable& between() const {
         std::call_once(betweenMade_, [this] {
             between_ =
                 std::make_unique<RowCurveTable>(curve_, CurveDirection::encode, encodedTolerance);
         });
-        const float encoded = (*between_)(linear);
+        return *between_;
+    }
+
+    /// Any finite linear value, by the curve's `between`.
+    static Sample translucent(const RowCurveTable& between, float linear) {
+        const float encoded = between(linear);
         if constexpr (std::is_same_v<Sample, Half>) {
             return toHalf(RowLanes::finite(encoded));
         } else if constexpr (isInteger<Sample>) {
-            return nearest(encoded, linear);
+            return nearest(between, encoded, linear);
         } else {
             return encoded;
         }
     }
 
 private:
-    // The table may be off by twice its tolerance and a rounding; where that could decide, the
-    // curve itself does.
-    Sample nearest(float encoded, float linear) const {
-        const double scaled = double{encoded} * scaleOf<Sample>;
+    // The table may be off by twice its tolerance and some roundings; where that could decide,
+    // the curve itself does.
+    static Sample nearest(const RowCurveTable& between, float encoded, float linear) {
+        constexpr auto scale = static_cast<float>(scaleOf<Sample>);
+        constexpr float doubt = scale * static_cast<float>(5 * encodedTolerance);
+        const float scaled = encoded * scale;
         if (!(scaled > 0)) return 0;
-        if (scaled >= scaleOf<Sample>) return static_cast<Sample>(-1);
-        const double above = scaled + 0.5 - std::floor(scaled + 0.5); // distance past a tie
-        const double doubt = 4 * encodedTolerance * scaled;
-        if (above < doubt || above > 1 - doubt) return rounded<Sample>(between_->exactly(linear));
-        return static_cast<Sample>(scaled + 0.5);
+        if (scaled >= scale) return static_cast<Sample>(-1);
+        const auto code = static_cast<std::int32_t>(scaled + 0.5f);
+        const float beside = std::fabs(scaled - static_cast<float>(code));
+        if (beside > 0.5f - doubt) [[unlikely]] {
+            return rounded<Sample>(between.exactly(linear));
+        }
+        return static_cast<Sample>(code);
     }
 
     Sample encodedHalf(std::uint16_t bits) const {
@@ -109,27 +118,35 @@ Sample encodedAlpha(float alpha) {
 template <typename Sample, bool hasAlpha>
 class EncoderPath final : public RowEncoderPath {
 public:
-    explicit EncoderPath(const std::array<ToneCurve, 3>& curves) {
-        for (std::size_t i = 0; i < channels_.size(); ++i) {
-            for (std::size_t other = 0; other < i; ++other) {
-                if (curves[other] == curves[i]) channels_[i] = channels_[other];
-            }
-            if (channels_[i] == nullptr) {
-                channels_[i] = std::make_shared<const Channel<Sample>>(curves[i]);
-            }
-        }
-    }
+    explicit EncoderPath(const ChannelCurves& curves)
+        : channels_(tablesOf(curves, [](const ToneCurve& curve) {
+              return std::make_shared<const Channel<Sample>>(curve);
+          })) {}
 
     void convert(const Half* pixels, std::size_t pixelCount, std::byte* out) const override {
-        for (std::size_t i = 0; i < pixelCount; ++i) {
-            const std::uint64_t pixel = RowLanes::loadPixel(pixels + 4 * i);
-            const Samples samples = pixel >> 48 == halfOne ? opaque(pixel) : translucent(pixel);
+        std::size_t i = 0;
+        const auto store = [&i, out](const Samples& samples) {
             std::memcpy(out + i * sizeof samples, samples.data(), sizeof samples);
+            ++i;
+        };
+        while (i < pixelCount) {
+            std::uint64_t pixel = RowLanes::loadPixel(pixels + 4 * i);
+            for (; pixel >> 48 == halfOne; pixel = RowLanes::loadPixel(pixels + 4 * i)) {
+                store(opaque(pixel));
+                if (i == pixelCount) return;
+            }
+            const Between between{&channels_[0]->between(), &channels_[1]->between(),
+                                  &channels_[2]->between()};
+            for (; pixel >> 48 != halfOne; pixel = RowLanes::loadPixel(pixels + 4 * i)) {
+                store(translucent(pixel, between));
+                if (i == pixelCount) return;
+            }
         }
     }
 
 private:
     using Samples = std::array<Sample, hasAlpha ? 4 : 3>;
+    using Between = std::array<const RowCurveTable*, 3>;
 
     Samples opaque(std::uint64_t pixel) const {
         const auto sample = [this, pixel](std::size_t channel) {
@@ -141,36 +158,32 @@ private:
             return {sample(0), sample(1), sample(2)};
     }
 
-    Samples translucent(std::uint64_t pixel) const {
-        const auto valueOf = [pixel](std::size_t channel) {
-            const auto bits = static_cast<std::uint16_t>(pixel >> (16 * channel));
-            return RowLanes::finite(toFloat(halfOf(bits)));
-        };
-        const float alpha = valueOf(3);
+    Samples translucent(std::uint64_t pixel, const Between& between) const {
+        const RowLanes::Floats color = RowLanes::finite(RowLanes::floatsOf(pixel));
+        const float alpha = color[3];
         if (alpha >= 1) return opaque(pixel);
-        Samples samples{};
+        const auto sample = [&between](RowLanes::Floats linear, std::size_t channel) {
+            return Channel<Sample>::translucent(*between[channel], linear[channel]);
+        };
         if constexpr (hasAlpha) {
-            if (!(alpha > 0)) return samples;
-            samples[3] = encodedAlpha<Sample>(alpha);
-            if (samples[3] == Sample{}) return samples;
-            for (std::size_t i = 0; i < 3; ++i)
-                samples[i] = channels_[i]->translucent(RowLanes::finite(valueOf(i) / alpha));
+            if (!(alpha > 0)) return {};
+            const Sample stored = encodedAlpha<Sample>(alpha);
+            if (stored == Sample{}) return {};
+            const RowLanes::Floats straight = RowLanes::finite(color / alpha);
+            return {sample(straight, 0), sample(straight, 1), sample(straight, 2), stored};
         } else {
             // White of the profile lies below, in linear light.
-            const float white = alpha > 0 ? 1 - alpha : 1;
-            for (std::size_t i = 0; i < 3; ++i) {
-                const float color = alpha > 0 ? valueOf(i) : 0;
-                samples[i] = channels_[i]->translucent(color + white);
-            }
+            const RowLanes::Floats onWhite =
+                alpha > 0 ? color + (1 - alpha) : RowLanes::Floats{1, 1, 1, 1};
+            return {sample(onWhite, 0), sample(onWhite, 1), sample(onWhite, 2)};
         }
-        return samples;
     }
 
     std::array<std::shared_ptr<const Channel<Sample>>, 3> channels_;
 };
 
 template <typename Sample>
-std::unique_ptr<RowEncoderPath> makePath(bool hasAlpha, const std::array<ToneCurve, 3>& curves) {
+std::unique_ptr<RowEncoderPath> makePath(bool hasAlpha, const ChannelCurves& curves) {
     if (hasAlpha) return std::make_unique<EncoderPath<Sample, true>>(curves);
     return std::make_unique<EncoderPath<Sample, false>>(curves);
 }
@@ -178,7 +191,7 @@ std::unique_ptr<RowEncoderPath> makePath(bool hasAlpha, const std::array<ToneCur
 } // namespace
 
 std::unique_ptr<RowEncoderPath> makeRowEncoderPath(SampleLayout layout,
-                                                   const std::array<ToneCurve, 3>& curves) {
+                                                   const ChannelCurves& curves) {
     const bool hasAlpha = layout.alpha != AlphaKind::none;
     switch (layout.type) {
     case SampleType::unsigned8:

@@ -3,10 +3,9 @@
 #pragma once
 
 #include "Base/Half.h"
-#include "Core/ToneCurve.h"
+#include "IO/RowChannels.h"
 #include "IO/SampleLayout.h"
 
-#include <array>
 #include <cstddef>
 #include <memory>
 
@@ -20,6 +19,6 @@ public:
 
 /// RGB with straight alpha or none.
 std::unique_ptr<RowEncoderPath> makeRowEncoderPath(SampleLayout layout,
-                                                   const std::array<ToneCurve, 3>& curves);
+                                                   const ChannelCurves& curves);
 
 } // namespace ombrel

@@ -42,6 +42,20 @@ inline std::uint64_t halfBits(Floats v) {
     return std::bit_cast<std::uint64_t>(__builtin_convertvector(result, Halves));
 }
 
+/// toFloat of a pixel's four halves.
+inline Floats floatsOf(std::uint64_t pixel) {
+    const Bits bits = __builtin_convertvector(std::bit_cast<Halves>(pixel), Bits);
+    const Bits magnitude = bits & 0x7FFFu;
+    const Bits shifted = magnitude << 13;
+    const Bits normal = shifted + 0x38000000u;
+    // A half's subnormals take the exponent of the smallest normal; what that adds goes again.
+    const Floats smallest = std::bit_cast<Floats>(Bits{} + 0x38800000u);
+    const Floats subnormal = std::bit_cast<Floats>(shifted + 0x38800000u) - smallest;
+    const Bits finite = magnitude < 0x0400u ? std::bit_cast<Bits>(subnormal) : normal;
+    const Bits value = magnitude >= 0x7C00u ? shifted | 0x7F800000u : finite;
+    return std::bit_cast<Floats>(value | (bits & 0x8000u) << 16);
+}
+
 static_assert(std::endian::native == std::endian::little, "pixels are assembled in words");
 
 inline void storePixel(Half* out, std::uint64_t bits) {

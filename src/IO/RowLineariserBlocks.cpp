@@ -20,42 +20,49 @@ float cutToUnit(float x) {
     return x > 0 ? (x < 1 ? x : 1.0f) : 0.0f;
 }
 
-float readSample(const std::byte* at, SampleType type) {
+float valueOf(std::uint8_t sample) {
+    return static_cast<float>(sample) / 255.0f;
+}
+float valueOf(std::uint16_t sample) {
+    return static_cast<float>(sample) / 65535.0f;
+}
+float valueOf(Half sample) {
+    return RowLanes::finite(toFloat(sample));
+}
+float valueOf(float sample) {
+    return RowLanes::finite(sample);
+}
+
+template <typename Sample>
+void readPlane(const std::byte* from, std::size_t stride, std::span<float> plane) {
+    for (std::size_t i = 0; i < plane.size(); ++i) {
+        Sample sample;
+        std::memcpy(static_cast<void*>(&sample), from + i * stride, sizeof sample);
+        plane[i] = valueOf(sample);
+    }
+}
+
+// One channel of a block, from its first sample on.
+void readPlane(SampleType type, const std::byte* from, std::size_t stride, std::span<float> plane) {
     switch (type) {
     case SampleType::unsigned8:
-        return static_cast<float>(std::to_integer<std::uint8_t>(*at)) / 255.0f;
-    case SampleType::unsigned16: {
-        std::uint16_t sample = 0;
-        std::memcpy(static_cast<void*>(&sample), at, sizeof sample);
-        return static_cast<float>(sample) / 65535.0f;
+        return readPlane<std::uint8_t>(from, stride, plane);
+    case SampleType::unsigned16:
+        return readPlane<std::uint16_t>(from, stride, plane);
+    case SampleType::half:
+        return readPlane<Half>(from, stride, plane);
+    case SampleType::float32:
+        return readPlane<float>(from, stride, plane);
     }
-    case SampleType::half: {
-        Half sample;
-        std::memcpy(static_cast<void*>(&sample), at, sizeof sample);
-        return RowLanes::finite(toFloat(sample));
-    }
-    case SampleType::float32: {
-        float sample = 0;
-        std::memcpy(static_cast<void*>(&sample), at, sizeof sample);
-        return RowLanes::finite(sample);
-    }
-    }
-    return 0;
 }
 
 class CurveStep final : public ColorStep {
 public:
-    explicit CurveStep(const ChannelCurves& curves) {
-        for (std::size_t i = 0; i < tables_.size(); ++i) {
-            for (std::size_t other = 0; other < i; ++other) {
-                if (curves[other] == curves[i]) tables_[i] = tables_[other];
-            }
-            if (tables_[i] == nullptr) {
-                tables_[i] = std::make_shared<const RowCurveTable>(
-                    curves[i], CurveDirection::linearise, lightTolerance);
-            }
-        }
-    }
+    explicit CurveStep(const ChannelCurves& curves)
+        : tables_(tablesOf(curves, [](const ToneCurve& curve) {
+              return std::make_shared<const RowCurveTable>(curve, CurveDirection::linearise,
+                                                           lightTolerance);
+          })) {}
     void run(SampleBlock& block) const override {
         for (std::size_t channel = 0; channel < tables_.size(); ++channel) {
             const RowCurveTable& table = *tables_[channel];
@@ -183,23 +190,19 @@ public:
 
 private:
     void fetch(const std::byte* samples, SampleBlock& block) const {
-        const auto channelCount = static_cast<std::size_t>(layout_.channelCount());
         const bool hasAlpha = layout_.alpha != AlphaKind::none;
-        const std::size_t colors = channelCount - (hasAlpha ? 1 : 0);
-        const std::size_t sampleSize = layout_.bytesPerSample();
-        const std::size_t pixelSize = layout_.bytesPerPixel();
-        for (std::size_t channel = 0; channel < colors; ++channel) {
-            for (std::size_t i = 0; i < block.count; ++i) {
-                block.planes[channel][i] =
-                    readSample(samples + i * pixelSize + channel * sampleSize, layout_.type);
-            }
+        const auto colors = static_cast<std::size_t>(layout_.channelCount() - (hasAlpha ? 1 : 0));
+        const std::size_t stride = layout_.bytesPerPixel();
+        for (std::size_t channel = 0; channel <= colors; ++channel) {
+            const bool isAlpha = channel == colors;
+            if (isAlpha && !hasAlpha) break;
+            const std::span<float> plane(isAlpha ? block.alpha : block.planes[channel]);
+            readPlane(layout_.type, samples + channel * layout_.bytesPerSample(), stride,
+                      plane.first(block.count));
         }
-        for (std::size_t i = 0; i < block.count; ++i) {
-            block.alpha[i] =
-                hasAlpha ? cutToUnit(readSample(samples + i * pixelSize + colors * sampleSize,
-                                                layout_.type))
-                         : 1.0f;
-        }
+        if (!hasAlpha) return block.alpha.fill(1);
+        const auto alpha = std::span(block.alpha).first(block.count);
+        std::ranges::transform(alpha, alpha.begin(), cutToUnit);
         if (layout_.alpha == AlphaKind::premultiplied) unpremultiply(block, colors);
     }
 

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "Base/Half.h"
-#include "Core/ToneCurve.h"
+#include "IO/RowChannels.h"
 #include "IO/SampleLayout.h"
 
 #include <array>
@@ -19,9 +19,6 @@ public:
     virtual ~RowLineariserPath() = default;
     virtual void convert(const std::byte* samples, std::size_t pixelCount, Half* out) const = 0;
 };
-
-/// Red, green and blue; gray uses the first.
-using ChannelCurves = std::array<ToneCurve, 3>;
 
 /// RGB and gray by their curves. Null for layouts that are not worth tables.
 std::unique_ptr<RowLineariserPath> makeTablePath(SampleLayout layout, const ChannelCurves& curves);

@@ -86,28 +86,14 @@ private:
     }
 };
 
-// One table a channel, shared by channels of equal curves.
-template <typename Sample>
-struct LightTables {
-    std::array<std::shared_ptr<const LightTable<Sample>>, 3> channels;
-
-    explicit LightTables(const ChannelCurves& curves) {
-        for (std::size_t i = 0; i < channels.size(); ++i) {
-            for (std::size_t other = 0; other < i; ++other) {
-                if (curves[other] == curves[i]) channels[i] = channels[other];
-            }
-            if (channels[i] == nullptr) {
-                channels[i] = std::make_shared<const LightTable<Sample>>(curves[i]);
-            }
-        }
-    }
-};
-
 // Straight alpha or none; `colors` is 3 for RGB and 1 for gray.
 template <typename Sample, int colors, bool hasAlpha>
 class StraightTablePath final : public RowLineariserPath {
 public:
-    explicit StraightTablePath(const ChannelCurves& curves) : tables_(curves) {
+    explicit StraightTablePath(const ChannelCurves& curves)
+        : tables_(tablesOf(curves, [](const ToneCurve& curve) {
+              return std::make_shared<const LightTable<Sample>>(curve);
+          })) {
         if constexpr (sizeof(Sample) == 1) placeHalves();
     }
 
@@ -131,12 +117,12 @@ private:
     void placeHalves() {
         for (std::size_t channel = 0; channel < 3; ++channel) {
             for (std::size_t i = 0; i < 256; ++i) {
-                const std::uint64_t half = tables_.channels[channel]->halves[i];
+                const std::uint64_t half = tables_[channel]->halves[i];
                 placed_[channel][i] = half << (16 * channel);
             }
         }
         for (std::size_t i = 0; i < 256; ++i) {
-            if (colors == 1) placed_[0][i] = tables_.channels[0]->halves[i] * 0x100010001ull;
+            if (colors == 1) placed_[0][i] = tables_[0]->halves[i] * 0x100010001ull;
             placed_[0][i] |= opaqueAlpha;
         }
     }
@@ -146,10 +132,10 @@ private:
             if constexpr (colors == 1) return placed_[0][pixel[0]];
             return placed_[0][pixel[0]] | placed_[1][pixel[1]] | placed_[2][pixel[2]];
         } else if constexpr (colors == 1) {
-            return tables_.channels[0]->halves[indexOf(pixel[0])] * 0x100010001ull | opaqueAlpha;
+            return tables_[0]->halves[indexOf(pixel[0])] * 0x100010001ull | opaqueAlpha;
         } else {
             const auto half = [&](std::size_t channel) -> std::uint64_t {
-                return tables_.channels[channel]->halves[indexOf(pixel[channel])];
+                return tables_[channel]->halves[indexOf(pixel[channel])];
             };
             return half(0) | half(1) << 16 | half(2) << 32 | opaqueAlpha;
         }
@@ -159,12 +145,12 @@ private:
         if (alpha == 0) return 0;
         const auto light = [&](std::size_t channel) {
             const std::size_t source = colors == 1 ? 0 : channel;
-            return tables_.channels[source]->light[indexOf(pixel[source])];
+            return tables_[source]->light[indexOf(pixel[source])];
         };
         return RowLanes::halfBits(Floats{light(0), light(1), light(2), 1} * alpha);
     }
 
-    LightTables<Sample> tables_;
+    std::array<std::shared_ptr<const LightTable<Sample>>, 3> tables_;
     std::array<std::array<std::uint64_t, sizeof(Sample) == 1 ? 256 : 0>, 3> placed_{};
 };
 
@@ -172,13 +158,8 @@ private:
 template <int colors>
 class PremultipliedTablePath final : public RowLineariserPath {
 public:
-    explicit PremultipliedTablePath(const ChannelCurves& curves) {
-        for (std::size_t i = 0; i < colors; ++i) {
-            for (std::size_t other = 0; other < i; ++other) {
-                if (curves[other] == curves[i]) tables_[i] = tables_[other];
-            }
-            if (tables_[i] == nullptr) tables_[i] = makeTable(curves[i]);
-        }
+    explicit PremultipliedTablePath(const ChannelCurves& curves)
+        : tables_(tablesOf(curves, makeTable)) {
         for (std::size_t alpha = 0; alpha < 256; ++alpha)
             alphas_[alpha] = toHalf(valueOf(static_cast<std::uint8_t>(alpha))).bits;
     }
