@@ -1,0 +1,23 @@
+// What differs between the pictures of two programs, told from the programs alone. Programs of one
+// shape are compared step by step, and layers that share their object or their subtrees of tiles
+// cost nothing. A tile may be reported that did not change; none that changed is left out.
+//
+// Shape: as many steps, of the same kinds in the same order (a layer may have become clipped or
+// plain), the same layers by identity, and levels equally isolated. Within one shape a step keeps
+// its index, so that dissolve keeps its noise.
+#pragma once
+
+#include "Core/CompositeProgram.h"
+#include "Core/Geometry.h"
+
+#include <optional>
+#include <vector>
+
+namespace ombrel {
+
+/// The changed tiles of a canvas in TileCoord order, each once; nothing where the shapes differ and
+/// everything has to be taken as changed.
+std::optional<std::vector<TileCoord>> changedTiles(const CompositeProgram& before,
+                                                   const CompositeProgram& after, PixelSize canvas);
+
+} // namespace ombrel

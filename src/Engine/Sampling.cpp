@@ -1,0 +1,89 @@
+#include "Engine/Sampling.h"
+
+#include "Core/BlendMath.h"
+#include "Core/TileStore.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace ombrel {
+
+namespace {
+
+float valueOf(const LayerMask* mask, std::int64_t x, std::int64_t y) {
+    return mask != nullptr ? maskValueAt(*mask, x, y) : 1;
+}
+
+BlendMath::Op opOf(const CompositeStep& step, std::int64_t x, std::int64_t y) {
+    if (const auto* begin = std::get_if<BeginStep>(&step.value))
+        return BlendMath::BeginOp{begin->isolated};
+    if (const auto* end = std::get_if<EndStep>(&step.value))
+        return BlendMath::EndOp{end->isolated, end->opacity, end->blendMode,
+                                valueOf(step.mask(), x, y)};
+    const PixelLayer& layer = *step.pixelLayer();
+    return BlendMath::LayerOp{layer.pixels.color(x - layer.offset.dx, y - layer.offset.dy),
+                              layer.properties.opacity, layer.properties.blendMode,
+                              valueOf(step.mask(), x, y),
+                              std::holds_alternative<ClippedStep>(step.value)};
+}
+
+} // namespace
+
+float maskValueAt(const LayerMask& mask, std::int64_t x, std::int64_t y) {
+    const std::int64_t maskX = x - mask.offset.dx;
+    const std::int64_t maskY = y - mask.offset.dy;
+    float m = 0;
+    float a = 0;
+    const TileRange all = TileRange::everything();
+    if (all.contains(maskX >> tileShift, maskY >> tileShift)) {
+        const TileCell cell =
+            mask.pixels.cell(TileCoord::checked(maskX >> tileShift, maskY >> tileShift));
+        if (cell.isSolid()) {
+            m = cell.color().red;
+            a = cell.color().alpha;
+        } else if (cell.isPixels()) {
+            const std::byte byte =
+                TilePin(cell.tile())
+                    .bytes()[(maskY & (tileSize - 1)) * tileSize + (maskX & (tileSize - 1))];
+            m = static_cast<float>(byte) / 255.0f;
+            a = 1;
+        }
+    }
+    return std::clamp(m + (1 - a) * mask.background, 0.0f, 1.0f);
+}
+
+PremultipliedColor evaluateAt(const CompositeProgram& program, bool perceptual, std::int64_t x,
+                              std::int64_t y) {
+    std::vector<BlendMath::Op> ops;
+    ops.reserve(program.size());
+    for (const CompositeStep& step : program)
+        ops.push_back(opOf(step, x, y));
+    return BlendMath::evaluate(ops, perceptual, static_cast<std::int32_t>(x),
+                               static_cast<std::int32_t>(y));
+}
+
+PremultipliedColor sampleMerged(const DocumentState& state, std::int64_t x, std::int64_t y,
+                                std::int64_t radius) {
+    const std::int64_t side = 2 * radius + 1;
+    const PixelRect window =
+        intersectionOf({x - radius, y - radius, side, side}, PixelRect::ofSize(state.canvas.size));
+    if (window.isEmpty()) return {};
+    const CompositeProgram program = state.compositeProgram();
+    std::array<double, 4> sum{};
+    for (std::int64_t row = window.y; row < window.maxY(); ++row) {
+        for (std::int64_t column = window.x; column < window.maxX(); ++column) {
+            const PremultipliedColor c =
+                evaluateAt(program, !state.canvas.blendUsingGamma1, column, row);
+            sum[0] += c.red;
+            sum[1] += c.green;
+            sum[2] += c.blue;
+            sum[3] += c.alpha;
+        }
+    }
+    const auto count = static_cast<double>(window.width * window.height);
+    const auto mean = [&](double channel) { return static_cast<float>(channel / count); };
+    return {mean(sum[0]), mean(sum[1]), mean(sum[2]), mean(sum[3])};
+}
+
+} // namespace ombrel

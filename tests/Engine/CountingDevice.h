@@ -1,0 +1,33 @@
+// The CPU device, and what was asked of it.
+#pragma once
+
+#include "Engine/CpuDevice.h"
+
+#include <functional>
+#include <vector>
+
+namespace ombrel {
+
+class CountingDevice final : public PixelDevice {
+public:
+    std::expected<void, EngineError> composite(const CompositeBatch& batch,
+                                               const Progress* progress) override {
+        batches.push_back(batch.jobs.size());
+        if (beforeBatch) beforeBatch();
+        return device_.composite(batch, progress);
+    }
+    std::size_t jobs() const {
+        std::size_t sum = 0;
+        for (const std::size_t batch : batches)
+            sum += batch;
+        return sum;
+    }
+
+    std::vector<std::size_t> batches; ///< jobs of each call
+    std::function<void()> beforeBatch;
+
+private:
+    CpuDevice device_;
+};
+
+} // namespace ombrel
