@@ -43,7 +43,8 @@ Choice chooseByProfile(SampleLayout layout, std::span<const std::byte> iccData) 
         const ToneCurve& curve = *reading->grayCurve;
         choice.path = makeCurvePath(layout, {curve, curve, curve});
     } else if (layout.model != SampleModel::lab) {
-        std::unique_ptr<ColorStep> step = makeProfileStep(layout.model, iccData);
+        std::unique_ptr<ColorStep> step = makePressStep(iccData);
+        if (step == nullptr) step = makeProfileStep(layout.model, iccData);
         if (step != nullptr) choice.path = makeBlockPath(layout, std::move(step));
     }
     return choice;

@@ -105,27 +105,13 @@ private:
     RowCurveTable table_;
 };
 
-// CIE 15 with its exact constants, D50, then linear sRGB without any limit.
 class LabStep final : public ColorStep {
 public:
     void run(SampleBlock& block) const override {
-        const Matrix3& toRGB = linearSRGBFromXYZ();
         for (std::size_t i = 0; i < block.count; ++i) {
-            const double fy = (double{block.planes[0][i]} + 16) / 116;
-            const std::array<double, 3> xyz{
-                0.9642 * ofCubeRoot(fy + double{block.planes[1][i]} / 500), ofCubeRoot(fy),
-                0.8249 * ofCubeRoot(fy - double{block.planes[2][i]} / 200)};
-            for (std::size_t row = 0; row < 3; ++row) {
-                block.linear[i][row] = static_cast<float>(
-                    toRGB[row][0] * xyz[0] + toRGB[row][1] * xyz[1] + toRGB[row][2] * xyz[2]);
-            }
+            block.linear[i] =
+                linearSRGBOfLab(block.planes[0][i], block.planes[1][i], block.planes[2][i]);
         }
-    }
-
-private:
-    static double ofCubeRoot(double f) {
-        constexpr double joint = 6.0 / 29;
-        return f > joint ? f * f * f : 3 * joint * joint * (f - 4.0 / 29);
     }
 };
 
@@ -243,6 +229,23 @@ std::unique_ptr<ColorStep> makeGrayStep(const ToneCurve& curve) {
 
 std::unique_ptr<ColorStep> makeGenericPressStep() {
     return std::make_unique<GenericPressStep>();
+}
+
+// CIE 15 with its exact constants.
+std::array<float, 3> linearSRGBOfLab(double lightness, double a, double b) {
+    static const Matrix3 toRGB = linearSRGBFromXYZ();
+    const auto ofCubeRoot = [](double f) {
+        constexpr double joint = 6.0 / 29;
+        return f > joint ? f * f * f : 3 * joint * joint * (f - 4.0 / 29);
+    };
+    const double fy = (lightness + 16) / 116;
+    const double x = 0.9642 * ofCubeRoot(fy + a / 500);
+    const double y = ofCubeRoot(fy);
+    const double z = 0.8249 * ofCubeRoot(fy - b / 200);
+    const auto row = [&](const std::array<double, 3>& m) {
+        return static_cast<float>(m[0] * x + m[1] * y + m[2] * z);
+    };
+    return {row(toRGB[0]), row(toRGB[1]), row(toRGB[2])};
 }
 
 std::unique_ptr<ColorStep> makeLabStep() {

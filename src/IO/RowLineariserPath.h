@@ -53,6 +53,11 @@ std::unique_ptr<ColorStep> makeCurveStep(const ChannelCurves& curves);
 std::unique_ptr<ColorStep> makeGrayStep(const ToneCurve& curve);
 std::unique_ptr<ColorStep> makeGenericPressStep();
 std::unique_ptr<ColorStep> makeLabStep();
+/// The same for one colour: CIE L*, a* and b* under D50 to linear sRGB, without any limit.
+std::array<float, 3> linearSRGBOfLab(double lightness, double a, double b);
+/// CMYK through the table of a usual press profile: what `makeProfileStep` gives, but faster. Null
+/// for a profile of another build.
+std::unique_ptr<ColorStep> makePressStep(std::span<const std::byte> iccData);
 /// Through the colour engine to linear sRGB: relative colorimetric, without black point
 /// compensation. Null when the data give no such transform.
 std::unique_ptr<ColorStep> makeProfileStep(SampleModel model, std::span<const std::byte> iccData);

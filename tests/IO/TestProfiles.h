@@ -4,8 +4,13 @@
 #include "Core/ColorProfile.h"
 #include "Core/LittleCms.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace ombrel::testProfiles {
@@ -107,6 +112,23 @@ inline Bytes press() {
 
 inline Bytes scanner() {
     return withTable(cmsSigRgbData, 3);
+}
+
+/// The profile that a file holds somewhere, known by the class and spaces in its header; empty when
+/// there is none.
+inline Bytes foundIn(const std::string& path, std::string_view classAndSpaces) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const std::size_t at = text.find(classAndSpaces);
+    if (at == std::string::npos || at < 12) return {};
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+        size = size << 8 | static_cast<unsigned char>(text[at - 12 + i]);
+    const std::string profile = text.substr(at - 12, size);
+    Bytes bytes(profile.size());
+    std::ranges::transform(profile, bytes.begin(),
+                           [](char c) { return static_cast<std::byte>(c); });
+    return bytes;
 }
 
 } // namespace ombrel::testProfiles
