@@ -82,8 +82,8 @@ std::vector<HalfPixel> naiveImport(const DecodedRows& rows) {
             std::span(rows.samples).subspan(static_cast<std::size_t>(y) * rowBytes, rowBytes), row);
         for (std::int64_t x = 0; x < size.width; ++x) {
             const auto [toX, toY] = uprightPlace(description.orientation, size, x, y);
-            std::memcpy(&pixels[static_cast<std::size_t>(toY * width + toX)],
-                        &row[static_cast<std::size_t>(x) * 4], sizeof(HalfPixel));
+            std::copy_n(row.begin() + x * 4, 4,
+                        pixels[static_cast<std::size_t>(toY * width + toX)].begin());
         }
     }
     return pixels;
