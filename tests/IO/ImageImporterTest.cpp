@@ -229,20 +229,22 @@ TEST(ImageImporter, refusesWhatIsNoImage) {
 TEST(ImageImporter, takesSidesUpTo300000) {
     const auto store = makeStore();
     PngRecipe recipe;
-    recipe.colorType = PNG_COLOR_TYPE_GRAY;
-    recipe.bits = 1;
+    recipe.colorType = PNG_COLOR_TYPE_GRAY_ALPHA;
     recipe.width = 300'000;
     recipe.height = 1;
-    const auto white = [](std::uint32_t, std::uint32_t, int) { return 1; };
-    const auto wide = makePng(recipe, white);
+    const auto lastWhite = [](std::uint32_t x, std::uint32_t, int) {
+        return static_cast<std::uint16_t>(x == 299'999 ? 255 : 0);
+    };
+    const auto wide = makePng(recipe, lastWhite);
     const auto image = ImageImporter::read(std::span(wide), *store);
     ASSERT_TRUE(image);
-    EXPECT_EQ(image->pixels.tileCount(), 1172);
+    EXPECT_EQ(image->size, (PixelSize{300'000, 1}));
+    EXPECT_EQ(image->pixels.tileCount(), 1);
     EXPECT_EQ(image->pixels.color(299'999, 0), PremultipliedColor::white());
 
     recipe.width = 1;
     recipe.height = 300'001;
-    const auto tall = makePng(recipe, white);
+    const auto tall = makePng(recipe, lastWhite);
     const auto refused = ImageImporter::read(std::span(tall), *store);
     ASSERT_FALSE(refused);
     EXPECT_EQ(refused.error().text(), "The image is too large (1×300001).");
