@@ -1,0 +1,142 @@
+#include "Core/ContentBounds.h"
+
+#include "Core/TileStore.h"
+
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_reduce.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <vector>
+
+namespace ombrel {
+
+namespace {
+
+/// Pixels within a tile, all inclusive; empty as it begins.
+struct Extent {
+    int left = 256;
+    int top = 256;
+    int right = -1;
+    int bottom = -1;
+
+    bool isEmpty() const { return right < 0; }
+    static Extent whole() { return {0, 0, 255, 255}; }
+};
+
+bool hasContent(const std::byte* tile, TileFormat format, int x, int y) {
+    const std::size_t index = static_cast<std::size_t>(y) * 256 + static_cast<std::size_t>(x);
+    if (format == TileFormat::r8) return tile[index] != std::byte{0};
+    std::uint16_t alpha = 0;
+    std::memcpy(&alpha, tile + index * 8 + 6, sizeof alpha);
+    return alpha >= 0x0001 && alpha <= 0x7C00; // above 0 up to infinity, no NaN
+}
+
+/// Looks at a row only where it may lie outside of the extent.
+void growByRow(Extent& extent, const std::byte* tile, TileFormat format, int y) {
+    bool isEmpty = y < extent.top || y > extent.bottom;
+    for (int x = 0; x < extent.left; ++x) {
+        if (!hasContent(tile, format, x, y)) continue;
+        extent.left = x; // ends the loop
+        isEmpty = false;
+    }
+    for (int x = 255; x > extent.right; --x) {
+        if (!hasContent(tile, format, x, y)) continue;
+        extent.right = x; // ends the loop
+        isEmpty = false;
+    }
+    // A row above or below counts for what it has between the two, too.
+    for (int x = extent.left; x <= extent.right && isEmpty; ++x)
+        isEmpty = !hasContent(tile, format, x, y);
+    if (isEmpty) return;
+    extent.top = std::min(extent.top, y);
+    extent.bottom = std::max(extent.bottom, y);
+}
+
+Extent extentOf(const TileCell& cell, TileFormat format) {
+    if (cell.isSolid()) return Extent::whole(); // transparent ones are never stored
+    const TilePin pin(cell.tile());
+    Extent extent;
+    for (int y = 0; y < 256 && extent.isEmpty(); ++y)
+        growByRow(extent, pin.bytes(), format, y);
+    if (extent.isEmpty()) return extent;
+    const int top = extent.top;
+    // From below, so that the rows between are looked at only beside the extent.
+    for (int y = 255; y > extent.bottom; --y)
+        growByRow(extent, pin.bytes(), format, y);
+    for (int y = top; y <= extent.bottom; ++y)
+        growByRow(extent, pin.bytes(), format, y);
+    return extent;
+}
+
+struct PlacedCell {
+    TileCoord coord;
+    TileCell cell;
+};
+
+/// One border of the content: how cells line up along it and which edge of a cell counts.
+struct Side {
+    std::int32_t TileCoord::* line;
+    int Extent::* edge;
+    bool isFar; ///< right or bottom: the largest counts
+};
+
+/// The outermost content of the cells of one line; nothing where they are all transparent.
+std::optional<int> edgeOfLine(std::span<const PlacedCell> cells, TileFormat format,
+                              const Side& side) {
+    using Found = std::optional<int>;
+    const auto outer = [&](Found a, Found b) -> Found {
+        if (!a || !b) return a ? a : b;
+        return side.isFar ? std::max(*a, *b) : std::min(*a, *b);
+    };
+    return tbb::parallel_reduce(
+        tbb::blocked_range<std::size_t>(0, cells.size()), Found(),
+        [&](const tbb::blocked_range<std::size_t>& range, Found found) {
+            for (std::size_t i = range.begin(); i != range.end(); ++i) {
+                if (found == (side.isFar ? 255 : 0)) return found;
+                const Extent extent = extentOf(cells[i].cell, format);
+                if (!extent.isEmpty()) found = outer(found, extent.*side.edge);
+            }
+            return found;
+        },
+        outer);
+}
+
+/// Walks lines from the outside in until one has content. `cells` are sorted by the side's line.
+std::optional<std::int64_t> edgeOf(std::span<const PlacedCell> cells, TileFormat format,
+                                   const Side& side) {
+    const auto lineOf = [&](const PlacedCell& placed) { return placed.coord.*side.line; };
+    while (!cells.empty()) {
+        const std::int32_t line = lineOf(side.isFar ? cells.back() : cells.front());
+        const auto same = std::ranges::equal_range(cells, line, {}, lineOf);
+        if (const auto edge = edgeOfLine(std::span(same), format, side)) {
+            return line * tileSize + *edge;
+        }
+        cells = side.isFar ? cells.first(cells.size() - same.size()) : cells.subspan(same.size());
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<PixelRect> contentBounds(const TileGrid& grid) {
+    std::vector<PlacedCell> cells;
+    cells.reserve(static_cast<std::size_t>(grid.tileCount()));
+    grid.forEach([&](TileCoord coord, const TileCell& cell) { cells.push_back({coord, cell}); });
+
+    constexpr Side top{&TileCoord::y, &Extent::top, false};
+    constexpr Side bottom{&TileCoord::y, &Extent::bottom, true};
+    constexpr Side left{&TileCoord::x, &Extent::left, false};
+    constexpr Side right{&TileCoord::x, &Extent::right, true};
+    const auto minY = edgeOf(cells, grid.format(), top); // cells come in rows
+    if (!minY) return std::nullopt;
+    const std::int64_t maxY = *edgeOf(cells, grid.format(), bottom);
+    std::ranges::stable_sort(cells, {}, [](const PlacedCell& placed) { return placed.coord.x; });
+    const std::int64_t minX = *edgeOf(cells, grid.format(), left);
+    const std::int64_t maxX = *edgeOf(cells, grid.format(), right);
+    return PixelRect{minX, *minY, maxX - minX + 1, maxY - *minY + 1};
+}
+
+} // namespace ombrel
