@@ -1,0 +1,15 @@
+#include "Cli/Verbs.h"
+
+#include <array>
+
+namespace ombrel {
+
+std::span<const VerbEntry> verbs() {
+    static constexpr std::array<VerbEntry, 2> table{{
+        {"export", "Flatten a file and write it in a raster format", makeExportVerb},
+        {"info", "Describe a file: canvas, colour profile, layers", makeInfoVerb},
+    }};
+    return table;
+}
+
+} // namespace ombrel

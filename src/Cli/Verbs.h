@@ -1,0 +1,11 @@
+// The verbs, each in a file of its own.
+#pragma once
+
+#include "Cli/Verb.h"
+
+namespace ombrel {
+
+std::unique_ptr<Verb> makeExportVerb();
+std::unique_ptr<Verb> makeInfoVerb();
+
+} // namespace ombrel

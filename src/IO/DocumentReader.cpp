@@ -1,0 +1,64 @@
+#include "IO/DocumentReader.h"
+
+#include "IO/ImageImporter.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ombrel {
+
+namespace {
+
+/// Why the file cannot even be opened: that is worth more to the user than what an importer says
+/// of a file without bytes. A pipe that nobody writes to is not waited for.
+std::optional<FileError> openingError(const std::filesystem::path& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) return FileError{path, errno};
+    struct stat status{};
+    const bool isFolder = ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+    ::close(descriptor);
+    if (isFolder) return FileError{path, EISDIR};
+    return std::nullopt;
+}
+
+DocumentState stateOf(ImportedImage image, std::string name) {
+    DocumentState state;
+    state.canvas = image.canvas();
+    PixelLayer layer;
+    layer.properties.name = std::move(name);
+    layer.pixels = std::move(image.pixels);
+    state.activeLayerID = layer.id;
+    state.root.write().children.emplace_back(std::move(layer));
+    return state;
+}
+
+} // namespace
+
+bool DocumentReadError::isCancelled() const {
+    const ImageIOError* error = std::get_if<ImageIOError>(&reason);
+    return error != nullptr && error->kind == ImageIOError::Kind::cancelled;
+}
+
+std::string DocumentReadError::text() const {
+    return std::visit([](const auto& error) { return error.text(); }, reason);
+}
+
+std::expected<OpenedDocument, DocumentReadError>
+readDocument(const std::filesystem::path& path, TileStore& store, Progress& progress) {
+    if (const std::optional<FileError> error = openingError(path)) {
+        return std::unexpected(DocumentReadError{*error});
+    }
+    auto image = ImageImporter::read(path, store, &progress);
+    if (!image) return std::unexpected(DocumentReadError{image.error()});
+    std::string format(traitsOf(image->format).name);
+    return OpenedDocument{
+        .state = stateOf(std::move(*image), path.stem().string()),
+        .format = std::move(format),
+        .report = {},
+    };
+}
+
+} // namespace ombrel

@@ -1,0 +1,39 @@
+// Opens any file that the program can read as a document. The kind of the file is found by its
+// contents. Runs on the calling thread and helps itself to others; never on the main executor of
+// an editor.
+#pragma once
+
+#include "Base/FileError.h"
+#include "Base/Progress.h"
+#include "Core/DocumentState.h"
+#include "IO/ImageIOError.h"
+
+#include <expected>
+#include <filesystem>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace ombrel {
+
+class TileStore;
+
+struct OpenedDocument {
+    DocumentState state;
+    std::string format;              ///< "png", "jpeg" and so on
+    std::vector<std::string> report; ///< what could not be kept, in words for the user
+};
+
+struct DocumentReadError {
+    std::variant<ImageIOError, FileError> reason;
+
+    bool isCancelled() const;
+    std::string text() const;
+};
+
+/// A raster file becomes one pixel layer named as the file without its extension. On failure no
+/// tile outlives the call.
+std::expected<OpenedDocument, DocumentReadError> readDocument(const std::filesystem::path& path,
+                                                              TileStore& store, Progress& progress);
+
+} // namespace ombrel
