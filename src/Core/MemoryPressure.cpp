@@ -137,6 +137,7 @@ private:
 std::unique_ptr<MemoryPressureSource> MemoryPressureSource::ofSystem() {
     for (const std::filesystem::path& path : pressureFiles()) {
         std::vector<Descriptor> files;
+        files.reserve(triggers.size());
         for (const Trigger& trigger : triggers) {
             files.push_back(openTrigger(path, trigger));
         }

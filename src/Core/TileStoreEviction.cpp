@@ -1,5 +1,6 @@
 // The slow half of the store: what runs on its maintenance strand, one job at a time.
 #include "Base/Check.h"
+#include "Base/Log.h"
 #include "Base/ParallelFor.h"
 #include "Core/TileStoreState.h"
 
@@ -83,6 +84,7 @@ void TileStore::evict(std::int64_t residentTarget, std::int64_t compressedTarget
 
 void TileStore::Implementation::evict(std::int64_t residentTarget, std::int64_t compressedTarget,
                                       bool dropPool) {
+    const TimingInterval interval("Evict");
     compressColdest(residentTarget);
     spillColdest(compressedTarget);
     if (dropPool) {

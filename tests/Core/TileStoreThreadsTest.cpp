@@ -16,7 +16,7 @@ namespace {
 using namespace testing;
 
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr std::uint64_t usualOperations = 60000;
+constexpr std::uint64_t usualOperations = 30000;
 #else
 constexpr std::uint64_t usualOperations = 1000000;
 #endif
