@@ -157,7 +157,7 @@ TEST(ExportVerb, littleMemoryGivesTheSamePicture) {
 
 /// Enough work to be interrupted in the middle of it.
 void writeLargePicture(const std::filesystem::path& path) {
-    test::writePicture(path, {6000, 5000}, [](auto x, auto y) {
+    test::writePicture(path, {4500, 4000}, [](auto x, auto y) {
         const float value = static_cast<float>((x * 7919 + y * 104729) % 8191) / 8191;
         return PremultipliedColor{value, 1 - value, value * value, 1};
     });
