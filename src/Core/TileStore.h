@@ -96,6 +96,10 @@ public:
     /// until that is done; not to be called from a task of the utility pool. Maintenance does the
     /// same by itself when a budget is passed.
     void evict(std::int64_t residentTarget, std::int64_t compressedTarget, bool dropPool);
+    /// For loops that make or page in tiles by the gigabyte (import, flattening): waits while the
+    /// store is more than a quarter over a budget, so that they cannot outrun maintenance. With
+    /// many tiles pinned it returns over the budget; not for the utility pool.
+    void keepPace();
 
 private:
     friend class Tile;

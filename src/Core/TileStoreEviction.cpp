@@ -82,10 +82,27 @@ void TileStore::evict(std::int64_t residentTarget, std::int64_t compressedTarget
     done.wait();
 }
 
+void TileStore::keepPace() {
+    Implementation& state = *implementation_;
+    const auto isFarOver = [](std::int64_t bytes, std::int64_t limit) {
+        return bytes - limit > limit / 4;
+    };
+    Budget limits;
+    {
+        const LockGuard lock(state.mutex);
+        limits = state.budget;
+        if (!isFarOver(state.counts.residentBytes, limits.residentBytes) &&
+            !(state.scratch && isFarOver(state.counts.compressedBytes, limits.compressedBytes))) {
+            return;
+        }
+    }
+    evict(targetOf(limits.residentBytes), targetOf(limits.compressedBytes), false);
+}
+
 void TileStore::Implementation::evict(std::int64_t residentTarget, std::int64_t compressedTarget,
                                       bool dropPool) {
     const TimingInterval interval("Evict");
-    compressColdest(residentTarget);
+    compressColdest(residentTarget, compressedTarget);
     spillColdest(compressedTarget);
     if (dropPool) {
         std::array<std::vector<TileBuffer>, 2> dropped;
@@ -120,7 +137,9 @@ TileStore::Implementation::pickForEncoding(TileStorage& storage) {
             {buffer.bytes(), buffer.size()}};
 }
 
-void TileStore::Implementation::compressColdest(std::int64_t residentTarget) {
+/// Spills as it goes, so that what is compressed does not pile up in memory meanwhile.
+void TileStore::Implementation::compressColdest(std::int64_t residentTarget,
+                                                std::int64_t compressedTarget) {
     std::int64_t excess = 0;
     {
         const LockGuard lock(mutex);
@@ -143,6 +162,7 @@ void TileStore::Implementation::compressColdest(std::int64_t residentTarget) {
         }
         if (picks.empty()) return;
         encode(picks);
+        spillColdest(compressedTarget);
     }
 }
 

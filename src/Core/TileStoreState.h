@@ -48,7 +48,8 @@ struct TileStore::Implementation {
     void evict(std::int64_t residentTarget, std::int64_t compressedTarget, bool dropPool)
         OMBREL_EXCLUDES(mutex);
     void relieve(MemoryPressure level) OMBREL_EXCLUDES(mutex);
-    void compressColdest(std::int64_t residentTarget) OMBREL_EXCLUDES(mutex);
+    void compressColdest(std::int64_t residentTarget, std::int64_t compressedTarget)
+        OMBREL_EXCLUDES(mutex);
     void compressListed(std::span<const TileStorageReference> tiles) OMBREL_EXCLUDES(mutex);
     void encode(std::span<EncodePick> picks) OMBREL_EXCLUDES(mutex);
     void encode(EncodePick& pick) OMBREL_EXCLUDES(mutex);

@@ -53,6 +53,7 @@ std::expected<void, EngineError> CompositeRun::run(std::span<const TileCoord> co
     std::vector<CompositeJob> jobs;
     for (std::size_t done = 0; done < coords.size();) {
         if (isCancelled(cancellation)) return std::unexpected(EngineError::cancelled());
+        store_.keepPace();
         tiles.clear();
         const std::size_t count = nextBatch(builder, coords.subspan(done), byteLimit, tiles);
         TileStore::prefetch(tiles);

@@ -35,6 +35,7 @@ void write(const ClassifiedTile& tile, const PictureRows& rows) {
         rows.fillTile(tile.coord, *color);
     } else if (const auto* stored = std::get_if<Tile>(&tile.what)) {
         rows.copyTile(tile.coord, TilePin(*stored).bytes());
+        stored->store().keepPace();
     } else {
         rows.fillTile(tile.coord, PremultipliedColor::transparent());
     }

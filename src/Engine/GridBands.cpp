@@ -26,6 +26,7 @@ std::expected<void, EngineError> GridBands::read(std::int64_t firstRow, std::int
         const TileCell cell = tiles_.cell(coords[i]);
         if (cell.isPixels()) {
             rows.copyTile(coords[i], TilePin(cell.tile()).bytes());
+            cell.tile().store().keepPace();
         } else {
             rows.fillTile(coords[i],
                           cell.isSolid() ? cell.color() : PremultipliedColor::transparent());

@@ -176,6 +176,7 @@ private:
             return content;
         }
         content = store_.makeTile(std::move(buffer));
+        store_.keepPace();
         return content;
     }
 

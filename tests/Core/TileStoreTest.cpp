@@ -75,6 +75,20 @@ TEST(TileStore, passingTheResidentBudgetBringsItToNineTenths) {
     EXPECT_EQ(fake->statistics().residentTiles, 10);
 }
 
+TEST(TileStore, aLoopThatKeepsPaceNeverGetsFarBeyondTheBudgets) {
+    const std::int64_t limit = 20 * r8Bytes;
+    FakeStore fake({limit, limit / 4, 0});
+    std::vector<Tile> tiles;
+    for (std::uint64_t seed = 0; seed < 400; ++seed) {
+        tiles.push_back(patternTile(*fake, seed));
+        fake->keepPace();
+        const TileStore::Statistics now = fake->statistics();
+        ASSERT_LE(now.residentBytes, limit + limit / 4) << seed;
+        ASSERT_LE(now.compressedBytes, limit / 4 + limit / 16 + r8Bytes) << seed;
+    }
+    EXPECT_TRUE(holdsPattern(tiles[0], 0));
+}
+
 TEST(TileStore, passingTheCompressedBudgetSpillsTheColdest) {
     const TileBlob blob = TileCompression::encode(patternBytes(1, TileFormat::r8), TileFormat::r8);
     const auto size = static_cast<std::int64_t>(blob.size());
