@@ -1,17 +1,13 @@
 // The composite kernel: pixel-layers a second of every blend mode, over tiles that stay in the
 // caches, and what memory alone would allow.
-#include "Base/Half.h"
 #include "Core/BlendMode.h"
 #include "Core/TileBuffer.h"
 #include "Engine/CpuDevice.h"
+#include "TilePainter.h"
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <random>
-#include <span>
 #include <string>
 #include <tbb/parallel_for.h>
 #include <vector>
@@ -20,37 +16,9 @@ namespace ombrel {
 
 namespace {
 
-// A picture as a photograph is made of: soft shapes and a little noise, opaque but for a soft hole.
-class TilePainter {
-public:
-    explicit TilePainter(std::uint32_t seed) : random_(seed) {}
-
-    void paint(std::span<std::uint16_t> halves, bool isOpaque) {
-        const float phase = unit() * 6;
-        for (std::size_t i = 0; i < pixelsPerTile; ++i) {
-            const auto x = static_cast<float>(i % 256) / 256;
-            const auto y = static_cast<float>(i / 256) / 256;
-            const float wave = 0.5f + 0.4f * std::sin(phase + 7 * x + 5 * y * y);
-            const float distance = std::hypot(x - 0.5f, y - 0.5f);
-            const float alpha = isOpaque ? 1 : std::clamp(4 * distance - 0.5f, 0.0f, 1.0f);
-            const float light = std::clamp(wave * wave + 0.05f * (unit() - 0.5f), 0.001f, 1.0f);
-            const std::array<float, 4> color{light * alpha, light * light * alpha,
-                                             (1 - 0.8f * light) * alpha, alpha};
-            for (std::size_t c = 0; c < 4; ++c)
-                halves[4 * i + c] = toHalf(color[c]).bits;
-        }
-    }
-
-private:
-    float unit() { return static_cast<float>(random_() >> 8) * 0x1p-24f; }
-
-    std::mt19937 random_;
-};
-
 TileBuffer paintedTile(std::uint32_t seed, bool isOpaque) {
     TileBuffer buffer = TileBuffer::allocate(TileFormat::rgba16Float);
-    TilePainter(seed).paint({reinterpret_cast<std::uint16_t*>(buffer.bytes()), 4 * pixelsPerTile},
-                            isOpaque);
+    TilePainter(seed).paint(buffer.bytes(), isOpaque);
     return buffer;
 }
 

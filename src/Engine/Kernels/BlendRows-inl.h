@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 HWY_BEFORE_NAMESPACE();
 namespace ombrel::Kernels::HWY_NAMESPACE {
@@ -53,34 +54,44 @@ HWY_INLINE PixelVector sourceOver(const PixelVector& b, const PixelVector& c) {
             hn::Add(c.alpha, hn::Mul(b.alpha, throughSource))};
 }
 
-/// Straight colours cut to 0 and 1; black where alpha is not above 0.
-HWY_INLINE ColorVector straightInUnit(const PixelVector& c) {
-    const FloatTag d;
-    if (hn::AllTrue(d, hn::Eq(c.alpha, constant(1)))) {
-        return {cutToUnit(c.red), cutToUnit(c.green), cutToUnit(c.blue)};
-    }
-    const auto hasAlpha = hn::Gt(c.alpha, hn::Zero(d));
-    const auto divisor = hn::IfThenElse(hasAlpha, c.alpha, constant(1));
-    const auto straight = [&](FloatVector channel) HWY_ATTR {
-        return hn::IfThenElseZero(hasAlpha, cutToUnit(hn::Div(channel, divisor)));
-    };
-    return {straight(c.red), straight(c.green), straight(c.blue)};
+HWY_INLINE ColorVector cutToUnit(const PixelVector& c) {
+    return {cutToUnit(c.red), cutToUnit(c.green), cutToUnit(c.blue)};
 }
 
-template <typename Function>
-HWY_INLINE PixelVector composite(const PixelVector& b, const PixelVector& c) {
-    const ColorVector blended = blend<Function>(straightInUnit(b), straightInUnit(c));
+/// Straight colours by a reciprocal: within a place or two of straightened().
+HWY_INLINE PixelVector nearlyStraightened(const PixelVector& c) {
+    const FloatTag d;
+    const auto reciprocal =
+        hn::IfThenElseZero(hn::Gt(c.alpha, hn::Zero(d)), hn::Div(constant(1), c.alpha));
+    return {hn::Mul(c.red, reciprocal), hn::Mul(c.green, reciprocal),
+            hn::Mul(c.blue, reciprocal), c.alpha};
+}
+
+template <bool smooth>
+HWY_INLINE ColorVector straightInUnit(const PixelVector& c, bool opaque) {
+    if (opaque) return cutToUnit(c);
+    return cutToUnit(smooth ? nearlyStraightened(c) : straightened(c));
+}
+
+/// `blended` over both premultiplied colours. Where both are opaque the products with 1 and 0 are
+/// left out.
+template <bool smooth>
+HWY_INLINE PixelVector mixed(const ColorVector& blended, const PixelVector& b,
+                             const PixelVector& c, bool backdropIsOpaque, bool sourceIsOpaque) {
+    if (backdropIsOpaque && sourceIsOpaque)
+        return {blended.red, blended.green, blended.blue, constant(1)};
     const auto besideBackdrop = hn::Sub(constant(1), b.alpha);
     const auto throughSource = hn::Sub(constant(1), c.alpha);
-    const auto mix = [&](FloatVector backdrop, FloatVector source, FloatVector both) HWY_ATTR {
-        const auto common = hn::Mul(hn::Mul(both, b.alpha), c.alpha);
+    const auto both = hn::Mul(b.alpha, c.alpha);
+    const auto mix = [&](FloatVector backdrop, FloatVector source, FloatVector color) HWY_ATTR {
+        const auto common =
+            smooth ? hn::Mul(color, both) : hn::Mul(hn::Mul(color, b.alpha), c.alpha);
         return hn::Add(hn::Add(common, hn::Mul(source, besideBackdrop)),
                        hn::Mul(backdrop, throughSource));
     };
-    const PixelVector result{mix(b.red, c.red, blended.red), mix(b.green, c.green, blended.green),
-                             mix(b.blue, c.blue, blended.blue),
-                             hn::Add(c.alpha, hn::Mul(b.alpha, throughSource))};
-    return select(hn::Gt(c.alpha, hn::Zero(FloatTag())), result, b);
+    return {mix(b.red, c.red, blended.red), mix(b.green, c.green, blended.green),
+            mix(b.blue, c.blue, blended.blue),
+            hn::Add(c.alpha, hn::Mul(b.alpha, throughSource))};
 }
 
 /// Takes back what fell beside the base, so that the layer shows only on its coverage.
@@ -92,52 +103,117 @@ HWY_INLINE PixelVector clipped(const PixelVector& result, const PixelVector& b,
             hn::Sub(result.blue, hn::Mul(c.blue, beside)), b.alpha};
 }
 
-template <typename Function, bool encodes>
+/// A source ready to be composited: premultiplied, and for smooth arithmetic straight too.
+struct SourceVector {
+    PixelVector color;
+    PixelVector straight;
+    bool isOpaque;
+};
+
+/// The next pixels of the source; false where nothing of them shows.
+template <SourceArithmetic arithmetic>
+HWY_INLINE bool loadSource(const BlendRowsArguments& in, std::size_t i, PixelVector& c) {
+    const FloatTag d;
+    if (HWY_LIKELY(in.kind == SourceKind::halves)) {
+        c = loadPixels(in.halves + 4 * i);
+        const auto hasAlpha = hn::Gt(c.alpha, hn::Zero(d));
+        if (hn::AllFalse(d, hasAlpha)) return false;
+        if constexpr (arithmetic == SourceArithmetic::linear) {
+            c = zeroUnless(hasAlpha, c);
+        } else if constexpr (arithmetic == SourceArithmetic::perceptual) {
+            c = in.isPrecise ? encodePrecisely(c) : encode(c);
+        }
+    } else if (in.kind == SourceKind::planar) {
+        c = loadBlock(in.planar + 4 * i);
+    }
+    return true;
+}
+
+/// Smooth arithmetic keeps the straight colour beside the premultiplied one and multiplies by alpha
+/// and factor once.
+HWY_INLINE SourceVector smoothSource(const BlendRowsArguments& in, const PixelVector& loaded,
+                                     bool hasFactor, FloatVector factor) {
+    SourceVector source{.color = loaded, .straight = loaded, .isOpaque = isOpaque(loaded)};
+    if (!source.isOpaque) source.straight = nearlyStraightened(loaded);
+    if (in.kind == SourceKind::halves) {
+        source.straight.alpha = hn::Max(loaded.alpha, hn::Zero(FloatTag()));
+        encodeStraight(source.straight);
+    }
+    source.color = source.straight;
+    if (hasFactor) {
+        source.color.alpha = hn::Mul(source.color.alpha, factor);
+        source.isOpaque = false;
+    }
+    if (!source.isOpaque) source.color = premultiplied(source.color);
+    return source;
+}
+
+template <typename Function, SourceArithmetic arithmetic>
 void blendRows(const BlendRowsArguments& in) {
     const FloatTag d;
     const std::size_t lanes = laneCount();
+    constexpr bool smooth = arithmetic == SourceArithmetic::smooth;
+    constexpr bool isPlain =
+        std::is_same_v<Function, SourceOver> || std::is_same_v<Function, Dissolve>;
     const PixelVector uniform{constant(in.uniform[0]), constant(in.uniform[1]),
                               constant(in.uniform[2]), constant(in.uniform[3])};
     const bool hasFactor = in.factors != nullptr || in.factor != 1.0f;
+    auto factor = constant(in.factor);
     float* HWY_RESTRICT block = in.accumulator;
     for (std::size_t i = 0; i < in.pixelCount; i += lanes, block += 4 * lanes) {
         PixelVector c = uniform;
-        if (HWY_LIKELY(in.kind == SourceKind::halves)) {
-            c = loadPixels(in.halves + 4 * i);
-            const auto hasAlpha = hn::Gt(c.alpha, hn::Zero(d));
-            if (hn::AllFalse(d, hasAlpha)) continue;
-            if constexpr (encodes) {
-                c = in.isPrecise ? encodePrecisely(c) : encode(c);
-            } else {
-                c = zeroUnless(hasAlpha, c);
+        if (!loadSource<arithmetic>(in, i, c)) continue;
+        if (in.factors != nullptr) factor = hn::LoadU(d, in.factors + i);
+        SourceVector source{.color = c, .straight = c, .isOpaque = false};
+        if constexpr (smooth) {
+            source = smoothSource(in, c, hasFactor, factor);
+        } else {
+            if (hasFactor) source.color = scaled(c, factor);
+            if constexpr (!isPlain) {
+                // A group's colours may have no alpha; blending them is to leave the backdrop.
+                if (in.kind == SourceKind::planar) {
+                    source.color = zeroUnless(hn::Gt(source.color.alpha, hn::Zero(d)),
+                                              source.color);
+                }
+                source.isOpaque = isOpaque(source.color);
             }
-        } else if (in.kind == SourceKind::planar) {
-            c = loadBlock(in.planar + 4 * i);
-        }
-        if (hasFactor) {
-            c = scaled(c,
-                       in.factors != nullptr ? hn::LoadU(d, in.factors + i) : constant(in.factor));
         }
         const PixelVector b = loadBlock(block);
         PixelVector result;
         if constexpr (std::is_same_v<Function, SourceOver>) {
-            result = sourceOver(b, c);
+            result = sourceOver(b, source.color);
         } else if constexpr (std::is_same_v<Function, Dissolve>) {
             const auto column = static_cast<std::int32_t>(i % 256);
             const auto row = static_cast<std::int32_t>(i / 256);
-            c = dissolved(c, dissolveNoise(in.x + column, in.y + row, in.index));
-            result = sourceOver(b, c);
+            source.color =
+                dissolved(source.color, dissolveNoise(in.x + column, in.y + row, in.index));
+            result = sourceOver(b, source.color);
         } else {
-            result = composite<Function>(b, c);
+            const bool backdropIsOpaque = isOpaque(b);
+            const ColorVector straight =
+                smooth ? cutToUnit(source.straight)
+                       : straightInUnit<smooth>(source.color, source.isOpaque);
+            const ColorVector blended =
+                blend<Function>(straightInUnit<smooth>(b, backdropIsOpaque), straight);
+            result = mixed<smooth>(blended, b, source.color, backdropIsOpaque, source.isOpaque);
         }
-        if (in.isClipped) result = clipped(result, b, c);
+        if (in.isClipped) result = clipped(result, b, source.color);
         storeBlock(result, block);
     }
 }
 
 template <typename Function>
-BlendRows instance(bool encodes) {
-    return encodes ? &blendRows<Function, true> : &blendRows<Function, false>;
+BlendRows exactInstance(SourceArithmetic arithmetic) {
+    return arithmetic == SourceArithmetic::linear
+               ? &blendRows<Function, SourceArithmetic::linear>
+               : &blendRows<Function, SourceArithmetic::perceptual>;
+}
+
+template <typename Function>
+BlendRows instance(SourceArithmetic arithmetic) {
+    if (arithmetic == SourceArithmetic::smooth)
+        return &blendRows<Function, SourceArithmetic::smooth>;
+    return exactInstance<Function>(arithmetic);
 }
 
 } // namespace ombrel::Kernels::HWY_NAMESPACE

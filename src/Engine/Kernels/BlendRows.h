@@ -1,8 +1,8 @@
 // The inner loop of the composite: one step of a program laid over a run of pixels. There is one
-// instance a blend mode (and one each with and without encoding), so that no pixel meets a switch;
+// instance a blend mode (and one each for the kinds of arithmetic), so that no pixel meets a switch;
 // the composite kernel picks the instance once a step. For each pixel:
 //   c = source, encoded where asked; c = c * factor; acc = composite(mode, acc, c)
-// exactly as BlendMath does it, operation by operation.
+// as BlendMath does it, operation by operation (see SourceArithmetic for where not).
 //
 // The accumulator is made of blocks of as many pixels as a vector has lanes: all reds of the block,
 // then greens, blues and alphas. Its layout belongs to one SIMD target; no target reads another's.
@@ -22,6 +22,33 @@ enum class SourceKind : std::uint8_t {
     planar,  ///< floats in the accumulator's own layout, encoded already
 };
 
+/// How halves become the source, decided for a whole program.
+enum class SourceArithmetic : std::uint8_t {
+    linear,     ///< as they are: every operation is BlendMath's
+    perceptual, ///< encoded; every other operation is BlendMath's
+    /// Encoded, with straight colours by a reciprocal instead of quotients: a few last places off,
+    /// which no mode that isSmooth() makes more of.
+    smooth,
+};
+
+/// Whether a mode is continuous and stretches no difference, so that a change of last places in
+/// what it blends stays one of last places.
+constexpr bool isSmooth(BlendMode mode) {
+    switch (mode) {
+    case BlendMode::colorBurn:
+    case BlendMode::colorDodge:
+    case BlendMode::vividLight:
+    case BlendMode::divide:
+    case BlendMode::hue:
+    case BlendMode::saturation:
+    case BlendMode::color:
+    case BlendMode::luminosity:
+        return false;
+    default:
+        return true;
+    }
+}
+
 struct BlendRowsArguments {
     float* accumulator = nullptr;
     std::size_t pixelCount = 0; ///< whole rows of 256
@@ -40,14 +67,15 @@ struct BlendRowsArguments {
 
 using BlendRows = void (*)(const BlendRowsArguments&);
 
-/// `encodes`: halves are taken through the perceptual curve first. For the chosen SIMD target.
-BlendRows selectBlendRows(BlendMode mode, bool encodes);
+/// For the chosen SIMD target. Smooth arithmetic only for modes that are.
+BlendRows selectBlendRows(BlendMode mode, SourceArithmetic arithmetic);
 
 /// The modes are spread over several files, for the time it takes to compile them. Each returns
 /// null for a mode it does not hold.
-BlendRows selectPlainBlendRows(BlendMode mode, bool encodes);
-BlendRows selectContrastBlendRows(BlendMode mode, bool encodes);
-BlendRows selectArithmeticBlendRows(BlendMode mode, bool encodes);
-BlendRows selectColorBlendRows(BlendMode mode, bool encodes);
+BlendRows selectPlainBlendRows(BlendMode mode, SourceArithmetic arithmetic);
+BlendRows selectContrastBlendRows(BlendMode mode, SourceArithmetic arithmetic);
+BlendRows selectArithmeticBlendRows(BlendMode mode, SourceArithmetic arithmetic);
+BlendRows selectQuotientBlendRows(BlendMode mode, SourceArithmetic arithmetic);
+BlendRows selectColorBlendRows(BlendMode mode, SourceArithmetic arithmetic);
 
 } // namespace ombrel::Kernels

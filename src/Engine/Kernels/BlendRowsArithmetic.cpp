@@ -10,24 +10,18 @@
 HWY_BEFORE_NAMESPACE();
 namespace ombrel::Kernels::HWY_NAMESPACE {
 
-BlendRows findArithmetic(BlendMode mode, bool encodes) {
+BlendRows findArithmetic(BlendMode mode, SourceArithmetic arithmetic) {
     switch (mode) {
-    case BlendMode::colorBurn:
-        return instance<ColorBurn>(encodes);
     case BlendMode::linearBurn:
-        return instance<LinearBurn>(encodes);
-    case BlendMode::colorDodge:
-        return instance<ColorDodge>(encodes);
+        return instance<LinearBurn>(arithmetic);
     case BlendMode::linearDodge:
-        return instance<LinearDodge>(encodes);
+        return instance<LinearDodge>(arithmetic);
     case BlendMode::difference:
-        return instance<Difference>(encodes);
+        return instance<Difference>(arithmetic);
     case BlendMode::exclusion:
-        return instance<Exclusion>(encodes);
+        return instance<Exclusion>(arithmetic);
     case BlendMode::subtract:
-        return instance<Subtract>(encodes);
-    case BlendMode::divide:
-        return instance<Divide>(encodes);
+        return instance<Subtract>(arithmetic);
     default:
         return nullptr;
     }
@@ -41,8 +35,8 @@ namespace ombrel::Kernels {
 
 HWY_EXPORT(findArithmetic);
 
-BlendRows selectArithmeticBlendRows(BlendMode mode, bool encodes) {
-    return HWY_DYNAMIC_DISPATCH(findArithmetic)(mode, encodes);
+BlendRows selectArithmeticBlendRows(BlendMode mode, SourceArithmetic arithmetic) {
+    return HWY_DYNAMIC_DISPATCH(findArithmetic)(mode, arithmetic);
 }
 
 } // namespace ombrel::Kernels

@@ -10,16 +10,16 @@
 HWY_BEFORE_NAMESPACE();
 namespace ombrel::Kernels::HWY_NAMESPACE {
 
-BlendRows findColor(BlendMode mode, bool encodes) {
+BlendRows findColor(BlendMode mode, SourceArithmetic arithmetic) {
     switch (mode) {
     case BlendMode::hue:
-        return instance<Hue>(encodes);
+        return exactInstance<Hue>(arithmetic);
     case BlendMode::saturation:
-        return instance<Saturation>(encodes);
+        return exactInstance<Saturation>(arithmetic);
     case BlendMode::color:
-        return instance<Color>(encodes);
+        return exactInstance<Color>(arithmetic);
     case BlendMode::luminosity:
-        return instance<Luminosity>(encodes);
+        return exactInstance<Luminosity>(arithmetic);
     default:
         return nullptr;
     }
@@ -33,8 +33,8 @@ namespace ombrel::Kernels {
 
 HWY_EXPORT(findColor);
 
-BlendRows selectColorBlendRows(BlendMode mode, bool encodes) {
-    return HWY_DYNAMIC_DISPATCH(findColor)(mode, encodes);
+BlendRows selectColorBlendRows(BlendMode mode, SourceArithmetic arithmetic) {
+    return HWY_DYNAMIC_DISPATCH(findColor)(mode, arithmetic);
 }
 
 } // namespace ombrel::Kernels

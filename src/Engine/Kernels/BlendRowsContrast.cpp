@@ -10,20 +10,18 @@
 HWY_BEFORE_NAMESPACE();
 namespace ombrel::Kernels::HWY_NAMESPACE {
 
-BlendRows findContrast(BlendMode mode, bool encodes) {
+BlendRows findContrast(BlendMode mode, SourceArithmetic arithmetic) {
     switch (mode) {
     case BlendMode::overlay:
-        return instance<Overlay>(encodes);
+        return instance<Overlay>(arithmetic);
     case BlendMode::softLight:
-        return instance<SoftLight>(encodes);
+        return instance<SoftLight>(arithmetic);
     case BlendMode::hardLight:
-        return instance<HardLight>(encodes);
-    case BlendMode::vividLight:
-        return instance<VividLight>(encodes);
+        return instance<HardLight>(arithmetic);
     case BlendMode::linearLight:
-        return instance<LinearLight>(encodes);
+        return instance<LinearLight>(arithmetic);
     case BlendMode::pinLight:
-        return instance<PinLight>(encodes);
+        return instance<PinLight>(arithmetic);
     default:
         return nullptr;
     }
@@ -37,8 +35,8 @@ namespace ombrel::Kernels {
 
 HWY_EXPORT(findContrast);
 
-BlendRows selectContrastBlendRows(BlendMode mode, bool encodes) {
-    return HWY_DYNAMIC_DISPATCH(findContrast)(mode, encodes);
+BlendRows selectContrastBlendRows(BlendMode mode, SourceArithmetic arithmetic) {
+    return HWY_DYNAMIC_DISPATCH(findContrast)(mode, arithmetic);
 }
 
 } // namespace ombrel::Kernels

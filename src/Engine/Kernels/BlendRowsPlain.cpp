@@ -10,22 +10,22 @@
 HWY_BEFORE_NAMESPACE();
 namespace ombrel::Kernels::HWY_NAMESPACE {
 
-BlendRows findPlain(BlendMode mode, bool encodes) {
+BlendRows findPlain(BlendMode mode, SourceArithmetic arithmetic) {
     switch (mode) {
     case BlendMode::normal:
-        return instance<SourceOver>(encodes);
+        return instance<SourceOver>(arithmetic);
     case BlendMode::dissolve:
-        return instance<Dissolve>(encodes);
+        return instance<Dissolve>(arithmetic);
     case BlendMode::passThrough:
-        return instance<SourceOnly>(encodes);
+        return instance<SourceOnly>(arithmetic);
     case BlendMode::darken:
-        return instance<Darken>(encodes);
+        return instance<Darken>(arithmetic);
     case BlendMode::multiply:
-        return instance<Multiply>(encodes);
+        return instance<Multiply>(arithmetic);
     case BlendMode::lighten:
-        return instance<Lighten>(encodes);
+        return instance<Lighten>(arithmetic);
     case BlendMode::screen:
-        return instance<Screen>(encodes);
+        return instance<Screen>(arithmetic);
     default:
         return nullptr;
     }
@@ -39,8 +39,8 @@ namespace ombrel::Kernels {
 
 HWY_EXPORT(findPlain);
 
-BlendRows selectPlainBlendRows(BlendMode mode, bool encodes) {
-    return HWY_DYNAMIC_DISPATCH(findPlain)(mode, encodes);
+BlendRows selectPlainBlendRows(BlendMode mode, SourceArithmetic arithmetic) {
+    return HWY_DYNAMIC_DISPATCH(findPlain)(mode, arithmetic);
 }
 
 } // namespace ombrel::Kernels

@@ -6,21 +6,30 @@
 
 namespace ombrel::Kernels {
 
-BlendRows selectBlendRows(BlendMode mode, bool encodes) {
-    for (const auto select : {selectPlainBlendRows, selectContrastBlendRows,
-                              selectArithmeticBlendRows, selectColorBlendRows}) {
-        if (const BlendRows rows = select(mode, encodes); rows != nullptr) return rows;
+BlendRows selectBlendRows(BlendMode mode, SourceArithmetic arithmetic) {
+    for (const auto select :
+         {selectPlainBlendRows, selectContrastBlendRows, selectArithmeticBlendRows,
+          selectQuotientBlendRows, selectColorBlendRows}) {
+        if (const BlendRows rows = select(mode, arithmetic); rows != nullptr) return rows;
     }
     OMBREL_CHECK(false, "every blend mode has an inner loop");
 }
 
 CompositePlan::CompositePlan(std::span<const GPUCompositeLayer> program, bool perceptual)
     : program_(program.begin(), program.end()), isPerceptual_(perceptual) {
+    bool allSmooth = true;
+    for (const GPUCompositeLayer& layer : program_) {
+        const auto mode = static_cast<BlendMode>(layer.blendMode);
+        allSmooth = allSmooth && isSmooth(mode);
+        isPrecise_ = isPrecise_ || mode == BlendMode::hue || mode == BlendMode::saturation;
+    }
+    const SourceArithmetic arithmetic = !perceptual ? SourceArithmetic::linear
+                                        : allSmooth ? SourceArithmetic::smooth
+                                                    : SourceArithmetic::perceptual;
     std::vector<std::uint32_t> open;
     for (std::uint32_t i = 0; i < program_.size(); ++i) {
         const GPUCompositeLayer& layer = program_[i];
         const auto mode = static_cast<BlendMode>(layer.blendMode);
-        isPrecise_ = isPrecise_ || mode == BlendMode::hue || mode == BlendMode::saturation;
         const auto place = static_cast<std::uint32_t>(steps_.size());
         if ((layer.flags & CompositeFlags::begin) != 0) {
             if (open.size() == BlendMath::maximumStackDepth) continue;
@@ -32,12 +41,12 @@ CompositePlan::CompositePlan(std::span<const GPUCompositeLayer> program, bool pe
             steps_.push_back({.action = Action::end,
                               .index = i,
                               .partner = open.back(),
-                              .blendRows = selectBlendRows(mode, false)});
+                              .blendRows = selectBlendRows(mode, SourceArithmetic::linear)});
             open.pop_back();
         } else {
             steps_.push_back({.action = Action::layer,
                               .index = i,
-                              .blendRows = selectBlendRows(mode, perceptual)});
+                              .blendRows = selectBlendRows(mode, arithmetic)});
         }
     }
 }

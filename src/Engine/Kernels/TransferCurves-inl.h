@@ -232,38 +232,43 @@ HWY_INLINE FloatVector encodePrecisely(FloatVector x) {
     return hn::CopySign(value, x);
 }
 
-/// Calls `curve` on the straight colours of premultiplied ones. Lanes with an alpha not above 0
-/// become 0.
-template <typename Curve>
-HWY_INLINE PixelVector onStraight(const PixelVector& c, Curve curve) {
-    const FloatTag d;
-    if (hn::AllTrue(d, hn::Eq(c.alpha, constant(1)))) { // dividing by 1 changes nothing
-        PixelVector result = c;
-        curve(result);
-        return result;
-    }
-    const auto hasAlpha = hn::Gt(c.alpha, hn::Zero(d));
-    const PixelVector visible = zeroUnless(hasAlpha, c);
+/// The straight colours of premultiplied ones; lanes with an alpha not above 0 become 0.
+HWY_INLINE PixelVector straightened(const PixelVector& c) {
+    const auto hasAlpha = hn::Gt(c.alpha, hn::Zero(FloatTag()));
     const auto divisor = hn::IfThenElse(hasAlpha, c.alpha, constant(1));
-    PixelVector straight{hn::Div(visible.red, divisor), hn::Div(visible.green, divisor),
-                         hn::Div(visible.blue, divisor), visible.alpha};
-    curve(straight);
-    return {hn::Mul(straight.red, visible.alpha), hn::Mul(straight.green, visible.alpha),
-            hn::Mul(straight.blue, visible.alpha), visible.alpha};
+    const PixelVector visible = zeroUnless(hasAlpha, c);
+    return {hn::Div(visible.red, divisor), hn::Div(visible.green, divisor),
+            hn::Div(visible.blue, divisor), visible.alpha};
+}
+
+HWY_INLINE PixelVector premultiplied(const PixelVector& c) {
+    return {hn::Mul(c.red, c.alpha), hn::Mul(c.green, c.alpha), hn::Mul(c.blue, c.alpha), c.alpha};
+}
+
+HWY_INLINE bool isOpaque(const PixelVector& c) {
+    return hn::AllTrue(FloatTag(), hn::Eq(c.alpha, constant(1)));
 }
 
 HWY_INLINE PixelVector encode(const PixelVector& c) {
-    return onStraight(c, [](PixelVector& x) HWY_ATTR { encodeStraight(x); });
+    const bool skipsAlpha = isOpaque(c); // dividing by 1 changes nothing
+    PixelVector straight = c;
+    if (!skipsAlpha) straight = straightened(c);
+    encodeStraight(straight);
+    return skipsAlpha ? straight : premultiplied(straight);
 }
 
 inline HWY_NOINLINE PixelVector encodePrecisely(const PixelVector& c) {
-    return onStraight(c, [](PixelVector& x) HWY_ATTR {
-        x = {encodePrecisely(x.red), encodePrecisely(x.green), encodePrecisely(x.blue), x.alpha};
-    });
+    const PixelVector x = straightened(c);
+    return premultiplied(
+        {encodePrecisely(x.red), encodePrecisely(x.green), encodePrecisely(x.blue), x.alpha});
 }
 
 HWY_INLINE PixelVector decode(const PixelVector& c) {
-    return onStraight(c, [](PixelVector& x) HWY_ATTR { decodeStraight(x); });
+    const bool skipsAlpha = isOpaque(c);
+    PixelVector straight = c;
+    if (!skipsAlpha) straight = straightened(c);
+    decodeStraight(straight);
+    return skipsAlpha ? straight : premultiplied(straight);
 }
 
 } // namespace ombrel::Kernels::HWY_NAMESPACE
