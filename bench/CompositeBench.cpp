@@ -74,17 +74,23 @@ void registerAll() {
         for (const bool perceptual : {false, true}) {
             const std::string title = "Composite/" + std::string(name.rawValue) +
                                       (perceptual ? "/perceptual" : "/linear");
-            benchmark::RegisterBenchmark(title.c_str(), [mode = name.mode,
-                                                         perceptual](benchmark::State& state) {
-                compositeMode(state, mode, perceptual);
-            })->MeasureProcessCPUTime()->UseRealTime();
+            benchmark::RegisterBenchmark(title.c_str(),
+                                         [mode = name.mode, perceptual](benchmark::State& state) {
+                                             compositeMode(state, mode, perceptual);
+                                         })
+                ->MeasureProcessCPUTime()
+                ->UseRealTime();
         }
     }
-    benchmark::RegisterBenchmark("Composite/memcpy", [](benchmark::State& state) {
-        stream(state, [](const std::uint16_t* from, std::uint16_t* to, std::size_t count) {
-            std::memcpy(to, from, 2 * count);
-        });
-    })->MeasureProcessCPUTime()->UseRealTime();
+    benchmark::RegisterBenchmark(
+        "Composite/memcpy",
+        [](benchmark::State& state) {
+            stream(state, [](const std::uint16_t* from, std::uint16_t* to, std::size_t count) {
+                std::memcpy(to, from, 2 * count);
+            });
+        })
+        ->MeasureProcessCPUTime()
+        ->UseRealTime();
 }
 
 const bool registered = [] {

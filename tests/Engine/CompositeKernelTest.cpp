@@ -51,7 +51,7 @@ TEST(CompositeKernel, equalsTheJudgeInEveryModeToTheLastBitWhereLinear) {
             for (const bool clips : {false, true}) {
                 PixelMaker maker(seed, true);
                 const KernelScene scene = stackOf(name.mode, maker, 4, clips);
-                const Comparison result = compared(scene, composited(scene, false), false, 3);
+                const Comparison result = compared(scene, composited(scene, false), false, 7);
                 EXPECT_EQ(result.worst, 0) << name.rawValue << " " << result.where;
             }
         }
@@ -66,7 +66,7 @@ TEST(CompositeKernel, staysWithinOneHalfOfTheJudgeInEveryModeWherePerceptual) {
             for (const bool outOfGamut : {false, true}) {
                 PixelMaker maker(seed, outOfGamut);
                 const KernelScene scene = stackOf(name.mode, maker, 4, false);
-                const Comparison result = compared(scene, composited(scene, true), true, 3);
+                const Comparison result = compared(scene, composited(scene, true), true, 5);
                 EXPECT_LE(result.worst, 1) << name.rawValue << " " << result.where << "; "
                                            << result.further << " pixels further than one";
             }

@@ -14,6 +14,8 @@
 #include "Engine/Kernels/PixelVectors-inl.h"
 #include "Engine/Kernels/TransferCurves-inl.h"
 
+#include <hwy/cache_control.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -63,8 +65,8 @@ HWY_INLINE PixelVector nearlyStraightened(const PixelVector& c) {
     const FloatTag d;
     const auto reciprocal =
         hn::IfThenElseZero(hn::Gt(c.alpha, hn::Zero(d)), hn::Div(constant(1), c.alpha));
-    return {hn::Mul(c.red, reciprocal), hn::Mul(c.green, reciprocal),
-            hn::Mul(c.blue, reciprocal), c.alpha};
+    return {hn::Mul(c.red, reciprocal), hn::Mul(c.green, reciprocal), hn::Mul(c.blue, reciprocal),
+            c.alpha};
 }
 
 template <bool smooth>
@@ -76,8 +78,8 @@ HWY_INLINE ColorVector straightInUnit(const PixelVector& c, bool opaque) {
 /// `blended` over both premultiplied colours. Where both are opaque the products with 1 and 0 are
 /// left out.
 template <bool smooth>
-HWY_INLINE PixelVector mixed(const ColorVector& blended, const PixelVector& b,
-                             const PixelVector& c, bool backdropIsOpaque, bool sourceIsOpaque) {
+HWY_INLINE PixelVector mixed(const ColorVector& blended, const PixelVector& b, const PixelVector& c,
+                             bool backdropIsOpaque, bool sourceIsOpaque) {
     if (backdropIsOpaque && sourceIsOpaque)
         return {blended.red, blended.green, blended.blue, constant(1)};
     const auto besideBackdrop = hn::Sub(constant(1), b.alpha);
@@ -90,8 +92,7 @@ HWY_INLINE PixelVector mixed(const ColorVector& blended, const PixelVector& b,
                        hn::Mul(backdrop, throughSource));
     };
     return {mix(b.red, c.red, blended.red), mix(b.green, c.green, blended.green),
-            mix(b.blue, c.blue, blended.blue),
-            hn::Add(c.alpha, hn::Mul(b.alpha, throughSource))};
+            mix(b.blue, c.blue, blended.blue), hn::Add(c.alpha, hn::Mul(b.alpha, throughSource))};
 }
 
 /// Takes back what fell beside the base, so that the layer shows only on its coverage.
@@ -161,6 +162,8 @@ void blendRows(const BlendRowsArguments& in) {
     auto factor = constant(in.factor);
     float* HWY_RESTRICT block = in.accumulator;
     for (std::size_t i = 0; i < in.pixelCount; i += lanes, block += 4 * lanes) {
+        // Tiles are streams of a few kilobytes each, too short for the hardware to run ahead.
+        if (in.next != nullptr) hwy::Prefetch(in.next + 4 * i);
         PixelVector c = uniform;
         if (!loadSource<arithmetic>(in, i, c)) continue;
         if (in.factors != nullptr) factor = hn::LoadU(d, in.factors + i);
@@ -172,8 +175,8 @@ void blendRows(const BlendRowsArguments& in) {
             if constexpr (!isPlain) {
                 // A group's colours may have no alpha; blending them is to leave the backdrop.
                 if (in.kind == SourceKind::planar) {
-                    source.color = zeroUnless(hn::Gt(source.color.alpha, hn::Zero(d)),
-                                              source.color);
+                    source.color =
+                        zeroUnless(hn::Gt(source.color.alpha, hn::Zero(d)), source.color);
                 }
                 source.isOpaque = isOpaque(source.color);
             }

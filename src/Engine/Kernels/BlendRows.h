@@ -1,6 +1,6 @@
 // The inner loop of the composite: one step of a program laid over a run of pixels. There is one
-// instance a blend mode (and one each for the kinds of arithmetic), so that no pixel meets a switch;
-// the composite kernel picks the instance once a step. For each pixel:
+// instance a blend mode (and one each for the kinds of arithmetic), so that no pixel meets a
+// switch; the composite kernel picks the instance once a step. For each pixel:
 //   c = source, encoded where asked; c = c * factor; acc = composite(mode, acc, c)
 // as BlendMath does it, operation by operation (see SourceArithmetic for where not).
 //
@@ -55,6 +55,7 @@ struct BlendRowsArguments {
     SourceKind kind = SourceKind::halves;
     const std::uint16_t* halves = nullptr;
     const float* planar = nullptr;
+    const std::uint16_t* next = nullptr; ///< halves that will be read after these, or null
     std::array<float, 4> uniform{};
     float factor = 1;               ///< opacity, times the mask where that is one value
     const float* factors = nullptr; ///< opacity times mask of every pixel; overrules `factor`

@@ -69,7 +69,9 @@ public:
         clear();
     }
 
-    void run(const CompositePlan::Step& step) {
+    /// `next`: what the step after this one will read, or null.
+    void run(const CompositePlan::Step& step, const std::uint16_t* next) {
+        next_ = next;
         switch (step.action) {
         case CompositePlan::Action::layer:
             return layer(step);
@@ -98,11 +100,13 @@ private:
     std::uint32_t rowCount_;
     std::size_t pixelCount_;
     std::size_t depth_ = 0;
+    const std::uint16_t* next_ = nullptr;
 };
 
 BlendRowsArguments RowsRun::arguments(const CompositePlan::Step& step) {
     return {.accumulator = accumulator(),
             .pixelCount = pixelCount_,
+            .next = next_,
             .isPrecise = in_.plan->isPrecise(),
             .index = step.index,
             .x = in_.x,
@@ -213,12 +217,29 @@ void RowsRun::store() {
     }
 }
 
+/// Where a layer's pixels of a row lie; null where they are not simply one tile's.
+const std::uint16_t* plainRows(const CompositeRowsArguments& in, std::uint32_t place,
+                               std::uint32_t row) {
+    const CompositePlan::Step& step = in.plan->steps()[place];
+    if (step.action != CompositePlan::Action::layer || row >= tileEdge) return nullptr;
+    const GPULayerInput& input = in.inputs[step.index];
+    if (input.shifted != 0 || input.quad[0].pixels == 0) return nullptr;
+    return reinterpret_cast<const std::uint16_t*>(input.quad[0].pixels) +
+           4 * std::size_t{row} * tileEdge;
+}
+
 void compositeRowsOnTarget(const CompositeRowsArguments& in) {
     const std::uint32_t endRow = in.firstRow + in.rowCount;
+    const std::size_t count = in.liveSteps.size();
     for (std::uint32_t row = in.firstRow; row < endRow; row += CompositeScratch::rowsAtOnce) {
         RowsRun run(in, row, std::min(CompositeScratch::rowsAtOnce, endRow - row));
-        for (const std::uint32_t place : in.liveSteps)
-            run.run(in.plan->steps()[place]);
+        for (std::size_t i = 0; i < count; ++i) {
+            const bool isLast = i + 1 == count;
+            const std::uint16_t* next =
+                plainRows(in, in.liveSteps[isLast ? 0 : i + 1],
+                          isLast ? row + CompositeScratch::rowsAtOnce : row);
+            run.run(in.plan->steps()[in.liveSteps[i]], next);
+        }
         run.store();
     }
 }

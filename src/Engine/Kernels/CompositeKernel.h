@@ -59,7 +59,7 @@ private:
 /// Working memory of the kernel for one thread.
 class CompositeScratch {
 public:
-    static constexpr std::uint32_t rowsAtOnce = 4;
+    static constexpr std::uint32_t rowsAtOnce = 8;
     static constexpr std::size_t pixelsAtOnce = rowsAtOnce * 256;
 
     CompositeScratch();
