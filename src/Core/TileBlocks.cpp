@@ -1,11 +1,11 @@
 #include "Core/TileBlocks.h"
 
+#include "Base/ParallelFor.h"
 #include "Core/TileStore.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <oneapi/tbb/parallel_for.h>
 #include <unordered_map>
 
 namespace ombrel {
@@ -86,7 +86,7 @@ renderBlocks(TileFormat format, std::span<const TileBlock> blocks, TileStore& st
     }
 
     std::vector<std::optional<TileContent>> results(blocks.size());
-    tbb::parallel_for(std::size_t{0}, distinct.size(), [&](std::size_t index) {
+    parallelFor(ThreadPool::shared(), distinct.size(), [&](std::size_t index) {
         results[distinct[index]] = render(format, blocks[distinct[index]], store);
     });
     for (std::size_t index = 0; index < blocks.size(); ++index)

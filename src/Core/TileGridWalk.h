@@ -90,19 +90,42 @@ private:
     }
 
     bool visitRow(const Band& band, int row, std::int32_t y) {
-        for (const Entry& entry : band) {
+        for (std::size_t place = 0; place < band.size(); ++place) {
+            if (place + prefetchDistance < band.size())
+                prefetchRow(*band[place + prefetchDistance].node, row);
+            const Entry& entry = band[place];
             const TileGridLeaf& leaf = leafOf(*entry.node);
-            const std::uint64_t bits = (leaf.occupancy >> (8 * row)) & entry.columns;
-            for (std::uint64_t rest = bits; rest != 0; rest &= rest - 1) {
+            std::uint64_t rest = (leaf.occupancy >> (8 * row)) & entry.columns;
+            if (rest == 0) continue;
+            // Columns of a range are neighbours, so their cells lie one after the other.
+            int index = leaf.indexOf(8 * row + std::countr_zero(rest));
+            for (; rest != 0; rest &= rest - 1, ++index) {
                 const int column = std::countr_zero(rest);
-                const int slot = 8 * row + column;
                 const TileCoord coord{static_cast<std::int32_t>(entry.x + column), y};
-                if (!continuesAfter(visit_, coord, cellAt(leaf, slot, leaf.indexOf(slot))))
+                if (!continuesAfter(visit_, coord, cellAt(leaf, 8 * row + column, index)))
                     return false;
             }
         }
         return true;
     }
+
+    // Leaves of a band lie anywhere in memory, so their lines are asked for ahead: the head of a
+    // leaf before its first row, later the cells of the row.
+    static void prefetchRow(const TileGridNode& node, int row) {
+        const TileGridLeaf& leaf = leafOf(node);
+        if (row == 0) {
+            const auto* line = reinterpret_cast<const char*>(&leaf);
+            __builtin_prefetch(line);
+            __builtin_prefetch(line + 64);
+            __builtin_prefetch(line + 128);
+        } else {
+            const auto* line = reinterpret_cast<const char*>(leaf.cells() + leaf.indexOf(8 * row));
+            __builtin_prefetch(line);
+            __builtin_prefetch(line + 64);
+        }
+    }
+
+    static constexpr std::size_t prefetchDistance = 6;
 
     TileRange range_;
     Visit& visit_;

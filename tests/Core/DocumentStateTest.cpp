@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
+#include <thread>
 
 namespace ombrel {
 namespace {
@@ -348,6 +349,33 @@ TEST(DocumentState, tellsTheTilesAnotherStateDoesNotHold) {
             ASSERT_EQ(other.retainedBytes(one), bytes);
         }
     }
+}
+
+// What the thread sanitizer looks at.
+TEST(DocumentState, versionsGoFreelyBetweenThreads) {
+    TestDocument document;
+    document.layer("A").group("G").layer("B").group("H").layer("C");
+    DocumentState shared = document.state();
+    const std::vector<LayerNode> nodes = shared.allNodes();
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([mine = shared, &nodes, thread]() mutable {
+            std::mt19937_64 random(testSeed() + static_cast<std::uint64_t>(thread));
+            for (int step = 0; step < 300; ++step) {
+                const LayerID id = nodes[random() % nodes.size()].id();
+                DocumentState next = mine;
+                next.update(id, [&](LayerNode& node) {
+                    node.writeProperties().name += static_cast<char>('a' + thread);
+                });
+                EXPECT_NE(next.find(id)->properties().name, mine.find(id)->properties().name);
+                mine = std::move(next);
+            }
+        });
+    }
+    shared.update(document.id("B"), [](LayerNode& node) { node.writeProperties().name = "D"; });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(document.layerNamed("B").properties.name, "B");
 }
 
 TEST(DocumentState, bitDepthsHaveAText) {
