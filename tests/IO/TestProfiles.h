@@ -64,7 +64,8 @@ inline Bytes grayWithGamma(double gamma) {
 }
 
 /// Device values to Lab through a table: a made-up press or scanner of `channels` channels.
-inline Bytes withTable(cmsColorSpaceSignature space, cmsUInt32Number channels) {
+inline Bytes withTable(cmsColorSpaceSignature space, cmsUInt32Number channels,
+                       cmsUInt32Number gridPoints) {
     const LittleCms::Context context = LittleCms::makeContext();
     const LittleCms::Profile profile(cmsCreateProfilePlaceholder(LittleCms::handleOf(context)));
     cmsSetProfileVersion(profile.get(), 4.3);
@@ -72,7 +73,8 @@ inline Bytes withTable(cmsColorSpaceSignature space, cmsUInt32Number channels) {
     cmsSetColorSpace(profile.get(), space);
     cmsSetPCS(profile.get(), cmsSigLabData);
     cmsPipeline* pipeline = cmsPipelineAlloc(LittleCms::handleOf(context), channels, 3);
-    cmsStage* table = cmsStageAllocCLut16bit(LittleCms::handleOf(context), 9, channels, 3, nullptr);
+    cmsStage* table =
+        cmsStageAllocCLut16bit(LittleCms::handleOf(context), gridPoints, channels, 3, nullptr);
     cmsStageSampleCLut16bit(
         table,
         [](const cmsUInt16Number in[], cmsUInt16Number out[], void* cargo) -> cmsInt32Number {
@@ -106,12 +108,12 @@ inline Bytes withTable(cmsColorSpaceSignature space, cmsUInt32Number channels) {
     return bytesOf(profile.get());
 }
 
-inline Bytes press() {
-    return withTable(cmsSigCmykData, 4);
+inline Bytes press(cmsUInt32Number gridPoints = 9) {
+    return withTable(cmsSigCmykData, 4, gridPoints);
 }
 
-inline Bytes scanner() {
-    return withTable(cmsSigRgbData, 3);
+inline Bytes scanner(cmsUInt32Number gridPoints = 9) {
+    return withTable(cmsSigRgbData, 3, gridPoints);
 }
 
 /// The profile that a file holds somewhere, known by the class and spaces in its header; empty when
