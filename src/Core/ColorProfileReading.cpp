@@ -13,6 +13,8 @@ namespace ombrel {
 
 namespace {
 
+using LittleCms::HeaderField;
+
 // s15Fixed16 rounds the parameters of the sRGB curve; taken literally they would be 1e-4 off.
 bool isRoundedSRGB(const ToneCurve::Parameters& p) {
     constexpr double step = 2.0 / 65536;
@@ -64,7 +66,6 @@ std::optional<MatrixShaper> readShaper(cmsHPROFILE profile) {
     constexpr std::array colorants{cmsSigRedColorantTag, cmsSigGreenColorantTag,
                                    cmsSigBlueColorantTag};
     constexpr std::array curves{cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
-    if (cmsGetPCS(profile) != cmsSigXYZData) return std::nullopt;
     MatrixShaper shaper;
     for (std::size_t i = 0; i < 3; ++i) {
         const auto* xyz = static_cast<const cmsCIEXYZ*>(cmsReadTag(profile, colorants[i]));
@@ -89,7 +90,7 @@ std::string readDescription(cmsHPROFILE profile) {
     return textOfProfileTag(tag);
 }
 
-ColorModel modelOf(cmsColorSpaceSignature space) {
+ColorModel modelOf(std::uint32_t space) {
     switch (space) {
     case cmsSigGrayData:
         return ColorModel::gray;
@@ -143,10 +144,14 @@ std::optional<ColorProfileReading> readColorProfile(std::span<const std::byte> i
     if (profile == nullptr) return std::nullopt;
     ColorProfileReading reading;
     reading.description = readDescription(profile.get());
-    reading.model = modelOf(cmsGetColorSpace(profile.get()));
+    reading.model = modelOf(LittleCms::signatureOf(iccData, HeaderField::colorSpace));
     reading.hasTables =
         cmsIsCLUT(profile.get(), INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_INPUT) != 0;
-    if (reading.model == ColorModel::rgb) reading.shaper = readShaper(profile.get());
+    const bool connectsByXYZ =
+        LittleCms::signatureOf(iccData, HeaderField::connectionSpace) == cmsSigXYZData;
+    if (reading.model == ColorModel::rgb && connectsByXYZ) {
+        reading.shaper = readShaper(profile.get());
+    }
     if (reading.model == ColorModel::gray) {
         reading.grayCurve = readCurve(profile.get(), cmsSigGrayTRCTag);
     }

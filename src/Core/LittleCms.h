@@ -7,6 +7,7 @@
 #include <lcms2.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 
@@ -39,6 +40,19 @@ inline Context makeContext() {
                                  [](cmsContext, cmsUInt32Number, const char*) {});
     }
     return context;
+}
+
+/// What a profile's header says of itself, as a number: the library hands it out as an enumerated
+/// type, which must not hold what a damaged file may. Of data that opened as a profile.
+enum class HeaderField : std::size_t { colorSpace = 16, connectionSpace = 20 };
+
+inline std::uint32_t signatureOf(std::span<const std::byte> iccData, HeaderField field) {
+    std::uint32_t signature = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const std::byte byte = iccData[static_cast<std::size_t>(field) + i];
+        signature = signature << 8 | std::to_integer<std::uint32_t>(byte);
+    }
+    return signature;
 }
 
 /// Null when the data are no profile. `iccData` must outlive the profile.

@@ -204,8 +204,10 @@ std::optional<PressTable> tableOf(const Stages& stages, LabScale scale) {
 std::unique_ptr<ColorStep> makePressStep(std::span<const std::byte> iccData) {
     const LittleCms::Context context = LittleCms::makeContext();
     const LittleCms::Profile profile = LittleCms::openProfile(context, iccData);
-    if (profile == nullptr || cmsGetPCS(profile.get()) != cmsSigLabData ||
-        cmsGetColorSpace(profile.get()) != cmsSigCmykData) {
+    using LittleCms::HeaderField;
+    if (profile == nullptr ||
+        LittleCms::signatureOf(iccData, HeaderField::connectionSpace) != cmsSigLabData ||
+        LittleCms::signatureOf(iccData, HeaderField::colorSpace) != cmsSigCmykData) {
         return nullptr;
     }
     if (cmsIsTag(profile.get(), cmsSigDToB1Tag)) return nullptr; // would go before
