@@ -4,6 +4,7 @@
 #include "IO/ImageExporter.h"
 #include "IO/LibraryDecoders.h"
 #include "support/ProceduralBands.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <lcms2.h>
@@ -66,27 +67,6 @@ double sampleOf(const DecodedFile& file, std::size_t index) {
     std::memcpy(&value, at, sizeof(value));
     return value / 65535.0;
 }
-
-/// A folder of its own that goes with the test.
-class Folder {
-public:
-    Folder() {
-        std::string name = (fs::temp_directory_path() / "ombrel-export-XXXXXX").string();
-        path_ = mkdtemp(name.data());
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder() { fs::remove_all(path_); }
-
-    fs::path file(const char* name) const { return path_ / name; }
-    std::size_t count() const {
-        return static_cast<std::size_t>(
-            std::distance(fs::directory_iterator(path_), fs::directory_iterator()));
-    }
-
-private:
-    fs::path path_;
-};
 
 std::vector<std::byte> contents(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
@@ -224,17 +204,17 @@ TEST(Export, lowerQualityMakesSmallerFiles) {
 }
 
 TEST(Export, sidesBeyondTheFormatAreRefusedBeforeAnyWork) {
-    const Folder folder;
+    const test::TemporaryFolder folder;
     for (const ImageCodec& codec : imageCodecs()) {
         for (const PixelSize size : {PixelSize{codec.largestSide + 1, 1},
                                      PixelSize{1, codec.largestSide + 1}, PixelSize{0, 0}}) {
             ProceduralBands bands(size, softPixel);
             const auto outcome = ImageExporter::write(
-                bands, codec.format, {}, canvasOf(size, BitDepth::eight), folder.file("out"));
+                bands, codec.format, {}, canvasOf(size, BitDepth::eight), folder / "out");
             ASSERT_FALSE(outcome.has_value());
             EXPECT_EQ(outcome.error(), ImageIOError::encodingFailed());
             EXPECT_EQ(bands.reads, 0);
-            EXPECT_EQ(folder.count(), 0u);
+            EXPECT_EQ(folder.names().size(), 0u);
         }
     }
 }
@@ -284,8 +264,8 @@ TEST(Export, nothingIsLeftAndTheOldFileStaysWhenExportEndsEarly) {
             for (const bool existsBefore : {false, true}) {
                 SCOPED_TRACE(std::string(traits.name) + " " +
                              std::to_string(static_cast<int>(disturbance)));
-                const Folder folder;
-                const fs::path path = folder.file("picture");
+                const test::TemporaryFolder folder;
+                const fs::path path = folder / "picture";
                 if (existsBefore) std::ofstream(path) << "what was there";
                 Progress progress;
                 ProceduralBands bands(size, softPixel);
@@ -305,7 +285,7 @@ TEST(Export, nothingIsLeftAndTheOldFileStaysWhenExportEndsEarly) {
                                           disturbance == Disturbance::cancelInTheMiddle;
                 EXPECT_EQ(outcome.error(), wasCancelled ? ImageIOError::cancelled()
                                                         : ImageIOError::encodingFailed());
-                EXPECT_EQ(folder.count(), existsBefore ? 1u : 0u);
+                EXPECT_EQ(folder.names().size(), existsBefore ? 1u : 0u);
                 if (existsBefore) {
                     EXPECT_EQ(contents(path).size(), 14u);
                 }
@@ -324,18 +304,18 @@ TEST(Export, aFolderThatIsNotThereFails) {
 }
 
 TEST(Export, writeAndDataGiveTheSameBytes) {
-    const Folder folder;
+    const test::TemporaryFolder folder;
     const PixelSize size{300, 600};
     for (const ImageFormatTraits& traits : imageFormats) {
         const Canvas canvas = canvasOf(size, BitDepth::sixteen);
         ProceduralBands bands(size, softPixel);
         const auto inMemory = ImageExporter::data(bands, traits.format, {}, canvas);
         ASSERT_TRUE(inMemory.has_value());
-        std::ofstream(folder.file("out")) << "older and to be replaced";
+        std::ofstream(folder / "out") << "older and to be replaced";
         ASSERT_TRUE(
-            ImageExporter::write(bands, traits.format, {}, canvas, folder.file("out")).has_value());
-        EXPECT_TRUE(contents(folder.file("out")) == *inMemory) << traits.name;
-        EXPECT_EQ(folder.count(), 1u);
+            ImageExporter::write(bands, traits.format, {}, canvas, folder / "out").has_value());
+        EXPECT_TRUE(contents(folder / "out") == *inMemory) << traits.name;
+        EXPECT_EQ(folder.names().size(), 1u);
     }
 }
 
