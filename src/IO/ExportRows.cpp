@@ -5,6 +5,7 @@
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace ombrel {
@@ -66,8 +67,12 @@ void ExportRows::startBand(std::int64_t firstRow) {
     coming_.rowCount = std::min(bandRows, size_.height - firstRow);
     coming_.pixels.resize(static_cast<std::size_t>(coming_.rowCount * size_.width) * 4);
     reading_.run([this] {
-        coming_.outcome = composite_.read(coming_.firstRow, coming_.rowCount,
-                                          std::as_writable_bytes(std::span(coming_.pixels)));
+        try {
+            coming_.outcome = composite_.read(coming_.firstRow, coming_.rowCount,
+                                              std::as_writable_bytes(std::span(coming_.pixels)));
+        } catch (const std::bad_alloc&) {
+            coming_.outcome = std::unexpected(EngineError{EngineError::Kind::outOfMemory, {}});
+        }
     });
 }
 

@@ -1,6 +1,7 @@
 #include "IO/ImageExporter.h"
 
 #include "Base/AtomicFile.h"
+#include "Base/Log.h"
 #include "IO/ByteSink.h"
 #include "IO/ExportRows.h"
 #include "IO/ImageCodecs.h"
@@ -53,6 +54,7 @@ Outcome encode(CompositeBands& composite, ImageFormat format, const ExportOption
                const Canvas& canvas, ByteSink& sink, Progress* progress) {
     const ImageCodec& codec = codecOf(format);
     const SampleLayout layout = codec.layoutFor(options.bitDepth.value_or(canvas.bitDepth));
+    const TimingInterval interval("Export");
     if (progress != nullptr) progress->setText("Exporting");
     try {
         ExportRows rows(composite, canvas.profile, layout, progress, codec.rowsShare);

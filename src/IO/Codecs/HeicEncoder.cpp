@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace ombrel::heic {
