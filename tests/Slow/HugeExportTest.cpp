@@ -82,9 +82,7 @@ DocumentState makeDocument(TileStore& store) {
             lower.pixels.set(coord, tile);
             if (isCovered(coord)) upper.pixels.set(coord, PremultipliedColor{1, 0, 0, 1});
         });
-        // Noise is made faster than it is stored: wait here, or the peak of the making would hide
-        // that of the export.
-        store.evict(budget.residentBytes, budget.compressedBytes, false);
+        store.keepPace();
     }
     state.insert({LayerNode(std::move(lower)), LayerNode(std::move(upper))}, std::nullopt, 0);
     return state;
