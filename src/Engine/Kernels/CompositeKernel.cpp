@@ -87,8 +87,9 @@ private:
     float* accumulator() { return in_.scratch->level(depth_); }
     void clear() { std::fill_n(accumulator(), 4 * pixelCount_, 0.0f); }
     BlendRowsArguments arguments(const CompositePlan::Step& step);
-    /// The rows' opacity and mask; false where that is 0 everywhere, so that nothing is to be done.
+    /// The opacity of the rows, times the mask where there is one.
     void setFactors(const GPUCompositeLayer& layer, const Quad& mask, BlendRowsArguments& rows);
+    /// False where no pixel of the rows shows.
     bool setSource(const GPULayerInput& input, BlendRowsArguments& rows);
     void layer(const CompositePlan::Step& step);
     void begin(const CompositePlan::Step& step);
