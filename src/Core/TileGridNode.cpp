@@ -1,6 +1,7 @@
 #include "Core/TileGridNode.h"
 
-#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstring>
 #include <new>
 #include <variant>
@@ -277,7 +278,7 @@ void put(TileGridNode*& root, TileCoord coord, const TileContent& content) {
         branch.pixelCells += change.pixelCells;
         if (!isThere) {
             TileGridNode* child = withCell(branch.height - 1, coord, content);
-            new (openSlot(branch, slot, sizeof(child))) TileGridNode*(child);
+            new (openSlot(branch, slot, sizeof(TileGridNode*))) TileGridNode*(child);
             return;
         }
         place = &branch.children()[branch.indexOf(slot)];
@@ -337,7 +338,8 @@ const PremultipliedColor& colorOfUniform(const TileGridNode& node) {
 }
 
 bool isSameBits(const PremultipliedColor& a, const PremultipliedColor& b) {
-    return std::memcmp(&a, &b, sizeof(a)) == 0;
+    using Words = std::array<std::uint64_t, 2>;
+    return std::bit_cast<Words>(a) == std::bit_cast<Words>(b);
 }
 
 } // namespace ombrel
