@@ -261,7 +261,7 @@ const bool areRegistered = [] {
     for (const auto& [format, library] : photoFormats) {
         const std::string name = "Import/" + std::string(traitsOf(format).name);
         const auto settings = [](benchmark::internal::Benchmark* one) {
-            one->Unit(benchmark::kMillisecond)->UseRealTime();
+            one->Unit(benchmark::kMillisecond)->UseRealTime()->MeasureProcessCPUTime();
         };
         settings(benchmark::RegisterBenchmark(name.c_str(), importPhoto, format));
         settings(benchmark::RegisterBenchmark((name + "/decoder").c_str(), decodePhoto, format));
