@@ -4,11 +4,13 @@
 #include "Base/Half.h"
 #include "IO/ImageCodecs.h"
 #include "IO/ImageExporter.h"
+#include "IO/SampleRows.h"
 
 #include <benchmark/benchmark.h>
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -121,19 +123,16 @@ void exportPhoto(benchmark::State& state, ImageFormat format, BitDepth depth) {
 
 /// The samples that the library gets: what the exporter's own conversion makes.
 const std::vector<std::uint8_t>& samplesFor(ImageFormat format) {
-    static std::vector<std::uint8_t> straight;
-    static std::vector<std::uint8_t> opaque;
-    if (straight.empty()) {
-        for (std::size_t i = 0; i < photo().size(); ++i) {
-            const float value = toFloat(photo()[i]);
-            const bool isAlpha = i % 4 == 3;
-            const float encoded = isAlpha ? value : std::pow(value, 1 / 2.2f);
-            const auto sample = static_cast<std::uint8_t>(std::lround(encoded * 255));
-            straight.push_back(sample);
-            if (!isAlpha) opaque.push_back(sample);
-        }
+    static std::array<std::vector<std::uint8_t>, 2> byAlpha;
+    const bool keepsAlpha = traitsOf(format).keepsAlpha;
+    std::vector<std::uint8_t>& samples = byAlpha[keepsAlpha ? 1 : 0];
+    if (samples.empty()) {
+        const SampleLayout layout = codecOf(format).layoutFor(BitDepth::eight);
+        samples.resize(width * height * layout.bytesPerPixel());
+        RowEncoder(ColorProfile(), layout)
+            .convert(photo(), std::as_writable_bytes(std::span(samples)));
     }
-    return traitsOf(format).keepsAlpha ? straight : opaque;
+    return samples;
 }
 
 std::size_t encodePngByLibrary(const std::vector<std::uint8_t>& samples) {
@@ -224,9 +223,10 @@ std::size_t encodeTiffByLibrary(const std::vector<std::uint8_t>& samples) {
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
     TIFFSetField(tiff, TIFFTAG_PREDICTOR, 2);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 5);
+    std::vector<std::uint8_t> row(width * 4); // the library's predictor works in place
     for (std::size_t y = 0; y < height; ++y) {
-        auto* row = const_cast<std::uint8_t*>(samples.data() + y * width * 4);
-        TIFFWriteScanline(tiff, row, static_cast<std::uint32_t>(y));
+        std::memcpy(row.data(), samples.data() + y * row.size(), row.size());
+        TIFFWriteScanline(tiff, row.data(), static_cast<std::uint32_t>(y));
     }
     TIFFClose(tiff);
     return memory.bytes.size();
