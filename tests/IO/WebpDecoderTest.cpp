@@ -1,6 +1,9 @@
 #include "IO/DecodedRows.h"
 #include "IO/JpegFiles.h"
 
+#include <algorithm>
+#include <random>
+
 #include <gtest/gtest.h>
 #include <webp/encode.h>
 #include <webp/mux.h>
@@ -75,6 +78,25 @@ TEST(WebpDecoder, readsLossyAndLosslessWithAndWithoutAlpha) {
                 }
             }
         }
+    }
+}
+
+TEST(WebpDecoder, readsFilesThatTheDecoderIsFedInManySteps) {
+    // Noise: two megabytes, whose first rows need more than the first step.
+    constexpr int side = 720;
+    std::mt19937 random(5);
+    std::vector<std::uint8_t> samples(std::size_t{side} * side * 4);
+    std::ranges::generate(samples, [&] { return static_cast<std::uint8_t>(random() >> 8 | 1); });
+    for (const bool isLossless : {true, false}) {
+        std::uint8_t* data = nullptr;
+        const std::size_t size =
+            isLossless ? WebPEncodeLosslessRGBA(samples.data(), side, side, side * 4, &data)
+                       : WebPEncodeRGBA(samples.data(), side, side, side * 4, 100, &data);
+        const auto rows = decodeRows(adopt(data, size));
+        ASSERT_TRUE(rows);
+        ASSERT_EQ(rows->samples.size(), samples.size());
+        if (!isLossless) continue;
+        ASSERT_TRUE(std::ranges::equal(std::as_bytes(std::span(samples)), rows->samples));
     }
 }
 

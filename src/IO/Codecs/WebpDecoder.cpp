@@ -137,7 +137,9 @@ private:
             int height = 0;
             int stride = 0;
             int ready = 0;
-            if (WebPIDecGetRGB(decoder_.get(), &ready, &width, &height, &stride) != nullptr) {
+            // Until the header has been understood there are no rows, and no size.
+            if (WebPIDecGetRGB(decoder_.get(), &ready, &width, &height, &stride) != nullptr &&
+                ready > 0) {
                 if (width != frame_.width || height != frame_.height) return false;
                 rowsReady_ = ready;
             }
