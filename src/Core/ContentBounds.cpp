@@ -1,11 +1,10 @@
 #include "Core/ContentBounds.h"
 
+#include "Base/ParallelFor.h"
 #include "Core/TileStore.h"
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_reduce.h>
-
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -87,21 +86,25 @@ struct Side {
 std::optional<int> edgeOfLine(std::span<const PlacedCell> cells, TileFormat format,
                               const Side& side) {
     using Found = std::optional<int>;
-    const auto outer = [&](Found a, Found b) -> Found {
-        if (!a || !b) return a ? a : b;
-        return side.isFar ? std::max(*a, *b) : std::min(*a, *b);
-    };
-    return tbb::parallel_reduce(
-        tbb::blocked_range<std::size_t>(0, cells.size()), Found(),
-        [&](const tbb::blocked_range<std::size_t>& range, Found found) {
-            for (std::size_t i = range.begin(); i != range.end(); ++i) {
-                if (found == (side.isFar ? 255 : 0)) return found;
-                const Extent extent = extentOf(cells[i].cell, format);
-                if (!extent.isEmpty()) found = outer(found, extent.*side.edge);
-            }
-            return found;
-        },
-        outer);
+    // Nothing lies further out than the edge of the tiles themselves: then the rest is not read.
+    const int outermost = side.isFar ? 255 : 0;
+    std::vector<Found> found(cells.size());
+    std::atomic<bool> isReached = false;
+    parallelFor(ThreadPool::shared(), cells.size(), [&](std::size_t i) {
+        if (isReached.load(std::memory_order_relaxed)) return;
+        const Extent extent = extentOf(cells[i].cell, format);
+        if (extent.isEmpty()) return;
+        found[i] = extent.*side.edge;
+        if (found[i] == outermost) isReached.store(true, std::memory_order_relaxed);
+    });
+    Found result;
+    for (const Found& edge : found) {
+        if (!edge) continue;
+        const int here = *edge;
+        result = side.isFar ? std::max(result.value_or(here), here)
+                            : std::min(result.value_or(here), here);
+    }
+    return result;
 }
 
 /// Walks lines from the outside in until one has content. `cells` are sorted by the side's line.

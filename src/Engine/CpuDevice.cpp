@@ -1,12 +1,10 @@
 #include "Engine/CpuDevice.h"
 
 #include "Base/Check.h"
+#include "Base/ParallelFor.h"
 #include "Engine/Kernels/CompositeKernel.h"
 
 #include <atomic>
-#include <tbb/blocked_range.h>
-#include <tbb/enumerable_thread_specific.h>
-#include <tbb/parallel_for.h>
 
 namespace ombrel {
 
@@ -16,10 +14,14 @@ namespace {
 constexpr std::size_t enoughTiles = 32;
 constexpr std::uint32_t rowsOfBlock = 32;
 
-using Scratches = tbb::enumerable_thread_specific<Kernels::CompositeScratch>;
+/// Kept with the thread: making one anew for every batch would cost its page faults.
+Kernels::CompositeScratch& scratchOfThisThread() {
+    thread_local Kernels::CompositeScratch scratch;
+    return scratch;
+}
 
 void runJob(const CompositeJob& job, const Kernels::CompositePlan& plan, std::uint32_t firstRow,
-            std::uint32_t rowCount, Kernels::CompositeScratch& scratch) {
+            std::uint32_t rowCount) {
     std::vector<GPULayerInput> inputs;
     inputs.reserve(job.inputs.size());
     for (const LayerSource& source : job.inputs)
@@ -33,7 +35,7 @@ void runJob(const CompositeJob& job, const Kernels::CompositePlan& plan, std::ui
                             .firstRow = firstRow,
                             .rowCount = rowCount,
                             .output = reinterpret_cast<std::uint16_t*>(job.output),
-                            .scratch = &scratch});
+                            .scratch = &scratchOfThisThread()});
 }
 
 } // namespace
@@ -45,7 +47,6 @@ std::expected<void, EngineError> CpuDevice::composite(const CompositeBatch& batc
     const auto rows = static_cast<std::uint32_t>(tileSize / static_cast<std::int64_t>(blocks));
     for (const CompositeJob& job : batch.jobs)
         OMBREL_CHECK(job.inputs.size() == batch.program.size(), "a job has an input for each step");
-    Scratches scratches;
     std::atomic<bool> isCancelled = false;
     const auto run = [&](std::size_t item) {
         if (isCancelled.load(std::memory_order_relaxed)) return;
@@ -54,9 +55,9 @@ std::expected<void, EngineError> CpuDevice::composite(const CompositeBatch& batc
             return;
         }
         const auto block = static_cast<std::uint32_t>(item % blocks);
-        runJob(batch.jobs[item / blocks], plan, block * rows, rows, scratches.local());
+        runJob(batch.jobs[item / blocks], plan, block * rows, rows);
     };
-    tbb::parallel_for(std::size_t{0}, batch.jobs.size() * blocks, run);
+    parallelFor(pool_, batch.jobs.size() * blocks, run);
     if (isCancelled) return std::unexpected(EngineError::cancelled());
     return {};
 }

@@ -2,14 +2,21 @@
 // of threads nor the order in which they run.
 #pragma once
 
+#include "Base/ThreadPool.h"
 #include "Engine/PixelDevice.h"
 
 namespace ombrel {
 
 class CpuDevice final : public PixelDevice {
 public:
+    /// The calling thread works too, beside those of the pool.
+    explicit CpuDevice(ThreadPool& pool = ThreadPool::shared()) : pool_(pool) {}
+
     std::expected<void, EngineError> composite(const CompositeBatch& batch,
                                                const Progress* progress) override;
+
+private:
+    ThreadPool& pool_;
 };
 
 } // namespace ombrel

@@ -1,11 +1,11 @@
 #include "Engine/Flattener.h"
 
+#include "Base/ParallelFor.h"
 #include "Engine/CompositeRun.h"
 #include "Engine/PictureRows.h"
 #include "Engine/ProgramDiff.h"
 #include "Engine/TileClassification.h"
 
-#include <tbb/parallel_for.h>
 #include <utility>
 
 namespace ombrel {
@@ -99,11 +99,11 @@ Flattener::flattenRect(const CompositeProgram& program, bool perceptual, const P
             ready.push_back({coord, std::move(what)});
         }
     }
-    tbb::parallel_for(std::size_t{0}, ready.size(), [&](std::size_t i) { write(ready[i], rows); });
+    parallelFor(ThreadPool::shared(), ready.size(), [&](std::size_t i) { write(ready[i], rows); });
     const CompositeRun run(program, perceptual, device, store);
     return run.run(work, cancellation, report,
                    [&](std::span<const TileCoord> batch, std::span<TileBuffer> buffers) {
-                       tbb::parallel_for(std::size_t{0}, batch.size(), [&](std::size_t i) {
+                       parallelFor(ThreadPool::shared(), batch.size(), [&](std::size_t i) {
                            rows.copyTile(batch[i], buffers[i].bytes());
                        });
                    });

@@ -1,10 +1,10 @@
 #include "Engine/GridBands.h"
 
 #include "Base/Check.h"
+#include "Base/ParallelFor.h"
 #include "Core/TileStore.h"
 #include "Engine/PictureRows.h"
 
-#include <tbb/parallel_for.h>
 #include <utility>
 #include <vector>
 
@@ -22,7 +22,7 @@ std::expected<void, EngineError> GridBands::read(std::int64_t firstRow, std::int
     std::vector<TileCoord> coords;
     for (const TileCoord coord : rows.rect().tileRange())
         coords.push_back(coord);
-    tbb::parallel_for(std::size_t{0}, coords.size(), [&](std::size_t i) {
+    parallelFor(ThreadPool::shared(), coords.size(), [&](std::size_t i) {
         const TileCell cell = tiles_.cell(coords[i]);
         if (cell.isPixels()) {
             rows.copyTile(coords[i], TilePin(cell.tile()).bytes());
