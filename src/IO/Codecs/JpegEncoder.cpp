@@ -93,7 +93,8 @@ void configure(Encoding& encoding, const ImageEncodeRequest& request) {
     codec.X_density = codec.Y_density = static_cast<UINT16>(density);
 }
 
-bool readRows(Encoding& encoding, SampleRowSource& rows, std::int64_t count) {
+/// Kept out of `run`, into whose frame its objects must not move.
+[[gnu::noinline]] bool readRows(Encoding& encoding, SampleRowSource& rows, std::int64_t count) {
     encoding.outcome = rows.readRows(count, encoding.samples);
     return encoding.outcome.has_value();
 }
