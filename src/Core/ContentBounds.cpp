@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
@@ -136,7 +137,9 @@ std::optional<PixelRect> contentBounds(const TileGrid& grid) {
     const auto minY = edgeOf(cells, grid.format(), top); // cells come in rows
     if (!minY) return std::nullopt;
     const std::int64_t maxY = *edgeOf(cells, grid.format(), bottom);
-    std::ranges::stable_sort(cells, {}, [](const PlacedCell& placed) { return placed.coord.x; });
+    std::ranges::sort(cells, {}, [](const PlacedCell& placed) {
+        return std::pair(placed.coord.x, placed.coord.y);
+    });
     const std::int64_t minX = *edgeOf(cells, grid.format(), left);
     const std::int64_t maxX = *edgeOf(cells, grid.format(), right);
     return PixelRect{minX, *minY, maxX - minX + 1, maxY - *minY + 1};

@@ -1,5 +1,6 @@
 // HEIC: HEVC with 8 bits, or 10 for deeper documents; alpha only where the picture has any. Holds
 // the whole picture while encoding.
+#include "Base/Check.h"
 #include "IO/Codecs/HeicCodec.h"
 #include "IO/Codecs/Resolution.h"
 
@@ -136,6 +137,8 @@ private:
 
 EncodeResult fillImage(heif_image* image, const ImageEncodeRequest& request,
                        SampleRowSource& rows) {
+    OMBREL_CHECK(request.layout.channelCount() == 4 && request.layout.model == SampleModel::rgb,
+                 "this encoder draws rows of RGB with alpha");
     const auto failed = std::unexpected(ImageIOError::encodingFailed());
     Planes planes(image, request.size, request.layout.type);
     if (!planes.addColors()) return failed;

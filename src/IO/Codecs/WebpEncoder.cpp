@@ -1,4 +1,5 @@
 // Lossless WebP, 8 bits, straight alpha. Holds the whole picture while encoding.
+#include "Base/Check.h"
 #include "IO/Codecs/Resolution.h"
 #include "IO/Codecs/WebpCodec.h"
 
@@ -106,6 +107,8 @@ bool canEncode() {
 
 std::expected<void, ImageIOError> encode(const ImageEncodeRequest& request, SampleRowSource& rows,
                                          ByteSink& sink) {
+    OMBREL_CHECK(request.layout.channelCount() == 4 && request.layout.model == SampleModel::rgb,
+                 "this encoder draws rows of RGB with alpha");
     const auto failed = std::unexpected(ImageIOError::encodingFailed());
     Picture picture;
     WebPConfig config;
