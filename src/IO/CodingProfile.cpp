@@ -33,7 +33,7 @@ constexpr PrimariesRow bt709{1, d65, {{0.640, 0.330, 1}, {0.300, 0.600, 1}, {0.1
 enum Transfer { gamma22 = 4, gamma28 = 5, linear = 8 };
 
 LittleCms::Curve curveOf(const LittleCms::Context& context, int transfer) {
-    const cmsContext handle = LittleCms::handleOf(context);
+    cmsContext handle = LittleCms::handleOf(context);
     switch (transfer) {
     case gamma22:
         return LittleCms::Curve(cmsBuildGamma(handle, 2.2));

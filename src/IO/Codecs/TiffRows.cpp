@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
@@ -33,7 +34,7 @@ public:
                         request.bitsPerSample);
         for (const int plane : request.planes) {
             std::unique_ptr<TiffHandle> handle =
-                first != nullptr ? std::move(first) : TiffHandle::open(source);
+                first != nullptr ? std::exchange(first, nullptr) : TiffHandle::open(source);
             if (handle == nullptr) return unreadable();
             if (request.expandsJpegToRGB) {
                 TIFFSetField(handle->tiff(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);

@@ -130,6 +130,7 @@ int TiffPixelFormat::colorSampleCount() const {
 std::vector<int> TiffPixelFormat::neededPlanes() const {
     if (!isPlanar) return {0};
     std::vector<int> planes;
+    planes.reserve(static_cast<std::size_t>(colorSampleCount()) + 1);
     for (int sample = 0; sample < colorSampleCount(); ++sample)
         planes.push_back(sample);
     if (alpha != AlphaKind::none) planes.push_back(alphaSample);
