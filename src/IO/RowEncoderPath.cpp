@@ -77,6 +77,7 @@ private:
         const float scaled = encoded * scale;
         if (!(scaled > 0)) return 0;
         if (scaled >= scale) return static_cast<Sample>(-1);
+        // NOLINTNEXTLINE(bugprone-incorrect-roundings): what is nearly halfway is settled below
         const auto code = static_cast<std::int32_t>(scaled + 0.5f);
         const float beside = std::fabs(scaled - static_cast<float>(code));
         if (beside > 0.5f - doubt) [[unlikely]] {

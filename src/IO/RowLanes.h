@@ -19,7 +19,7 @@ inline constexpr float largestHalf = 65504;
 /// NaN becomes 0; what halves cannot hold becomes the largest they can.
 inline Floats finite(Floats v) {
     const Floats largest{largestHalf, largestHalf, largestHalf, largestHalf};
-    v = v == v ? v : Floats{};
+    v = v == v ? v : Floats{}; // NOLINT(misc-redundant-expression): false for NaN
     v = v < largest ? v : largest;
     return v > -largest ? v : -largest;
 }
