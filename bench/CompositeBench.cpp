@@ -1,5 +1,5 @@
 // The composite kernel: pixel-layers a second of every blend mode, over tiles that stay in the
-// caches, and what memory alone would allow.
+// caches; from memory; and what memory alone would allow.
 #include "Core/BlendMode.h"
 #include "Core/TileBuffer.h"
 #include "Engine/CpuDevice.h"
@@ -23,34 +23,44 @@ TileBuffer paintedTile(std::uint32_t seed, bool isOpaque) {
 }
 
 constexpr std::uint32_t layerCount = 8;
-constexpr std::size_t tileCount = 4;
 
-// Eight layers in one mode over four tiles: 16 MiB of sources, so the last-level cache holds them.
-void compositeMode(benchmark::State& state, BlendMode mode, bool perceptual) {
+struct Work {
+    BlendMode mode = BlendMode::normal;
+    bool perceptual = false;
+    bool clips = false;
+    /// 4 with eight layers is 16 MiB of sources, which the last-level cache holds.
+    std::size_t tileCount = 4;
+    bool sharesSources = true; ///< all tiles read the same pixels
+};
+
+void compositeTiles(benchmark::State& state, const Work& work) {
     std::vector<TileBuffer> tiles;
-    for (std::uint32_t i = 0; i < layerCount; ++i)
-        tiles.push_back(paintedTile(i + 1, i % 2 == 0));
     std::vector<TileBuffer> outputs;
-    std::vector<CompositeJob> jobs(tileCount);
+    std::vector<CompositeJob> jobs(work.tileCount);
     for (CompositeJob& job : jobs) {
+        const std::size_t firstTile = work.sharesSources ? 0 : tiles.size();
+        for (std::uint32_t i = 0; tiles.size() < firstTile + layerCount; ++i)
+            tiles.push_back(paintedTile(i + 1, i % 2 == 0));
         outputs.push_back(TileBuffer::allocate(TileFormat::rgba16Float));
         job.output = outputs.back().bytes();
-        for (const TileBuffer& tile : tiles) {
+        for (std::uint32_t i = 0; i < layerCount; ++i) {
             LayerSource source;
-            source.quad[0] = static_cast<const std::byte*>(tile.bytes());
+            source.quad[0] = static_cast<const std::byte*>(tiles[firstTile + i].bytes());
             job.inputs.push_back(source);
         }
     }
     GPUCompositeLayer layer;
-    layer.blendMode = static_cast<std::uint32_t>(mode);
-    const std::vector<GPUCompositeLayer> program(layerCount, layer);
+    layer.blendMode = static_cast<std::uint32_t>(work.mode);
+    std::vector<GPUCompositeLayer> program(layerCount, layer);
+    for (std::size_t i = 1; work.clips && i < layerCount; ++i)
+        program[i].flags = CompositeFlags::clipped;
     CpuDevice device;
     for (auto _ : state) {
-        if (!device.composite({program, perceptual, jobs}, nullptr))
+        if (!device.composite({program, work.perceptual, jobs}, nullptr))
             state.SkipWithError("compositing failed");
     }
     state.SetItemsProcessed(state.iterations() *
-                            static_cast<std::int64_t>(layerCount * tileCount * pixelsPerTile));
+                            static_cast<std::int64_t>(layerCount * work.tileCount * pixelsPerTile));
 }
 
 constexpr std::size_t streamBytes = std::size_t{256} << 20;
@@ -69,19 +79,21 @@ void stream(benchmark::State& state, Copy copy) {
     state.SetBytesProcessed(state.iterations() * 2 * static_cast<std::int64_t>(streamBytes));
 }
 
+void registerWork(const std::string& title, const Work& work) {
+    benchmark::RegisterBenchmark(title.c_str(), compositeTiles, work)
+        ->MeasureProcessCPUTime()
+        ->UseRealTime();
+}
+
 void registerAll() {
     for (const BlendModeName& name : blendModeNames) {
-        for (const bool perceptual : {false, true}) {
-            const std::string title = "Composite/" + std::string(name.rawValue) +
-                                      (perceptual ? "/perceptual" : "/linear");
-            benchmark::RegisterBenchmark(title.c_str(),
-                                         [mode = name.mode, perceptual](benchmark::State& state) {
-                                             compositeMode(state, mode, perceptual);
-                                         })
-                ->MeasureProcessCPUTime()
-                ->UseRealTime();
-        }
+        const std::string title = "Composite/" + std::string(name.rawValue);
+        registerWork(title + "/linear", {.mode = name.mode});
+        registerWork(title + "/perceptual", {.mode = name.mode, .perceptual = true});
     }
+    registerWork("Composite/normal/linear/clipped", {.clips = true});
+    registerWork("Composite/normal/perceptual/clipped", {.perceptual = true, .clips = true});
+    registerWork("Composite/normal/linear/fromMemory", {.tileCount = 128, .sharesSources = false});
     benchmark::RegisterBenchmark(
         "Composite/memcpy",
         [](benchmark::State& state) {

@@ -64,11 +64,13 @@ TEST(CompositeKernel, staysWithinOneHalfOfTheJudgeInEveryModeWherePerceptual) {
     onEveryTarget([&] {
         for (const BlendModeName& name : blendModeNames) {
             for (const bool outOfGamut : {false, true}) {
-                PixelMaker maker(seed, outOfGamut);
-                const KernelScene scene = stackOf(name.mode, maker, 4, false);
-                const Comparison result = compared(scene, composited(scene, true), true, 5);
-                EXPECT_LE(result.worst, 1) << name.rawValue << " " << result.where << "; "
-                                           << result.further << " pixels further than one";
+                for (const bool clips : {false, true}) {
+                    PixelMaker maker(seed, outOfGamut);
+                    const KernelScene scene = stackOf(name.mode, maker, 4, clips);
+                    const Comparison result = compared(scene, composited(scene, true), true, 5);
+                    EXPECT_LE(result.worst, 1) << name.rawValue << " " << result.where << "; "
+                                               << result.further << " pixels further than one";
+                }
             }
         }
     });
@@ -81,8 +83,11 @@ TEST(CompositeKernel, runsRandomProgramsAsTheJudgeDoes) {
             SCOPED_TRACE(seed + round);
             PixelMaker maker(seed + round, round % 2 == 0);
             const KernelScene scene = randomScene(maker, 4 + maker.below(24));
-            const Comparison result = compared(scene, composited(scene, false), false, 7);
-            EXPECT_EQ(result.worst, 0) << result.where;
+            const Comparison linear = compared(scene, composited(scene, false), false, 7);
+            EXPECT_EQ(linear.worst, 0) << linear.where;
+            const Comparison perceptual = compared(scene, composited(scene, true), true, 7);
+            EXPECT_LE(perceptual.worst, 1)
+                << perceptual.where << "; " << perceptual.further << " pixels further than one";
         }
     });
 }

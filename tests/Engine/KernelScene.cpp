@@ -204,6 +204,7 @@ KernelScene stackOf(BlendMode mode, PixelMaker& maker, int layers, bool clips) {
 
 KernelScene randomScene(PixelMaker& maker, std::size_t steps) {
     KernelScene scene;
+    std::vector<std::uint32_t> open; // isolation of the begins without an end yet
     while (scene.program.size() < steps) {
         GPUCompositeLayer layer;
         layer.blendMode = static_cast<std::uint32_t>(maker.below(blendModeCount));
@@ -215,10 +216,15 @@ KernelScene randomScene(PixelMaker& maker, std::size_t steps) {
         case 0: // also more of them than ends
             layer.flags = CompositeFlags::begin;
             layer.isolated = maker.oneIn(2) ? 1 : 0;
+            open.push_back(layer.isolated);
             break;
         case 1:
             layer.flags = CompositeFlags::end;
             layer.isolated = maker.oneIn(2) ? 1 : 0;
+            if (!open.empty()) { // a level ends as it began
+                layer.isolated = open.back();
+                open.pop_back();
+            }
             input.quad = randomQuad(scene, maker, randomMaskRef);
             input.phase = randomPhase(maker);
             break;

@@ -49,6 +49,21 @@ constexpr bool isSmooth(BlendMode mode) {
     }
 }
 
+/// Whether a mode can make a large difference of a last place: hue and saturation stretch the
+/// channels of a nearly grey colour apart, burning and dodging divide by differences from 1.
+constexpr bool magnifies(BlendMode mode) {
+    switch (mode) {
+    case BlendMode::colorBurn:
+    case BlendMode::colorDodge:
+    case BlendMode::vividLight:
+    case BlendMode::hue:
+    case BlendMode::saturation:
+        return true;
+    default:
+        return false;
+    }
+}
+
 struct BlendRowsArguments {
     float* accumulator = nullptr;
     std::size_t pixelCount = 0; ///< whole rows of 256

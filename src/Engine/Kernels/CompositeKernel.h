@@ -41,8 +41,8 @@ public:
     std::span<const GPUCompositeLayer> program() const { return program_; }
     std::span<const Step> steps() const { return steps_; }
     bool isPerceptual() const { return isPerceptual_; }
-    /// Whether encoding has to be right to the last bit: hue and saturation stretch the channels
-    /// of a nearly grey colour apart, so that their last bits decide what colour it becomes.
+    /// Whether encoding has to be right to the last bit: for modes that magnify() errors, and for
+    /// clipping, which subtracts nearly equal numbers and blends on with what is left.
     bool isPrecise() const { return isPrecise_; }
 
     /// Places of the steps that do something in a tile: layers with content, and groups that hold

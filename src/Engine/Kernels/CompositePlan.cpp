@@ -20,8 +20,9 @@ CompositePlan::CompositePlan(std::span<const GPUCompositeLayer> program, bool pe
     bool allSmooth = true;
     for (const GPUCompositeLayer& layer : program_) {
         const auto mode = static_cast<BlendMode>(layer.blendMode);
-        allSmooth = allSmooth && isSmooth(mode);
-        isPrecise_ = isPrecise_ || mode == BlendMode::hue || mode == BlendMode::saturation;
+        const bool isClipped = (layer.flags & CompositeFlags::clipped) != 0;
+        allSmooth = allSmooth && isSmooth(mode) && !isClipped;
+        isPrecise_ = isPrecise_ || isClipped || magnifies(mode);
     }
     const SourceArithmetic arithmetic = !perceptual ? SourceArithmetic::linear
                                         : allSmooth ? SourceArithmetic::smooth

@@ -28,19 +28,25 @@ HWY_INLINE FloatVector polynomial(FloatVector x, float first, Rest... rest) {
     }
 }
 
+struct PowerVector {
+    FloatVector value;
+    FloatVector logarithm; ///< of the base, to base 2
+};
+
 /// x^exponent for finite x above 0; other lanes are undefined.
-HWY_INLINE FloatVector power(FloatVector x, float exponent) {
+HWY_INLINE PowerVector powerWithLogarithm(FloatVector x, float exponent) {
     const FloatTag d;
     const IntTag di;
     // x = 2^e * m with m from sqrt(1/2) to sqrt(2).
     const auto bits = hn::BitCast(di, x);
     const auto e = hn::ShiftRight<23>(hn::Sub(bits, hn::Set(di, 0x3F3504F3)));
     const auto t = hn::Sub(hn::BitCast(d, hn::Sub(bits, hn::ShiftLeft<23>(e))), constant(1));
+    const auto octaves = hn::ConvertTo(d, e);
     const auto logarithm =
         hn::Mul(t, polynomial(t, 1.442704447f, -0.7213510527f, 0.480181414f, -0.3598696364f,
                               0.3020743616f, -0.2655921516f, 0.1445207832f));
     const auto sum =
-        hn::MulAdd(logarithm, constant(exponent), hn::Mul(hn::ConvertTo(d, e), constant(exponent)));
+        hn::MulAdd(logarithm, constant(exponent), hn::Mul(octaves, constant(exponent)));
     const auto y = hn::Min(hn::Max(sum, constant(-125.0f)), constant(127.0f));
     const auto n = hn::NearestInt(y);
     const auto r = hn::Sub(y, hn::ConvertTo(d, n));
@@ -48,7 +54,12 @@ HWY_INLINE FloatVector power(FloatVector x, float exponent) {
                                      polynomial(r, 0.693147215f, 0.2402265278f, 0.05550310551f,
                                                 0.009617692976f, 0.001340664385f, 0.0001559467701f),
                                      constant(1));
-    return hn::BitCast(d, hn::Add(hn::BitCast(di, fraction), hn::ShiftLeft<23>(n)));
+    return {hn::BitCast(d, hn::Add(hn::BitCast(di, fraction), hn::ShiftLeft<23>(n))),
+            hn::Add(logarithm, octaves)};
+}
+
+HWY_INLINE FloatVector power(FloatVector x, float exponent) {
+    return powerWithLogarithm(x, exponent).value;
 }
 
 // 1.055 and 0.055 as floats differ by a trifle less than 1. These neighbours take 1 to exactly 1.
@@ -180,56 +191,71 @@ HWY_INLINE void decodeStraight(PixelVector& c) {
 
 #endif
 
-/// x^encodingExponent from an approximation of it, in double: one Newton step towards the exponent
-/// 5/12, whose equation y^12 = x^5 needs no logarithm, and the rest of the exponent by its slope.
-template <typename DoubleTag, typename DoubleVector>
-HWY_INLINE DoubleVector refinedPower(DoubleTag d, DoubleVector x, DoubleVector logarithm,
-                                     DoubleVector y) {
-    constexpr double rest = 5.0 / 12.0 - double{TransferFunction::encodingExponent};
-    const auto x2 = hn::Mul(x, x);
-    const auto x5 = hn::Mul(hn::Mul(x2, x2), x);
-    const auto y3 = hn::Mul(hn::Mul(y, y), y);
-    const auto y6 = hn::Mul(y3, y3);
-    const auto y12 = hn::Mul(y6, y6);
-    const auto error = hn::Div(hn::Sub(x5, y12), y12);
-    const auto slope = hn::Sub(hn::Mul(error, hn::Set(d, 1.0 / 12.0)),
-                               hn::Mul(logarithm, hn::Set(d, rest * 0.6931471805599453)));
-    return hn::Add(y, hn::Mul(y, slope));
+/// Both halves of a float vector by a function of double vectors.
+template <typename Function>
+HWY_INLINE FloatVector inDouble(Function function, FloatVector x, FloatVector y) {
+    const FloatTag d;
+    const hn::Half<FloatTag> dHalf;
+    const hn::Repartition<double, FloatTag> dDouble;
+    const auto half = [&](auto xs, auto ys) HWY_ATTR {
+        return hn::DemoteTo(
+            dHalf, function(dDouble, hn::PromoteTo(dDouble, xs), hn::PromoteTo(dDouble, ys)));
+    };
+    return hn::Combine(d, half(hn::UpperHalf(dHalf, x), hn::UpperHalf(dHalf, y)),
+                       half(hn::LowerHalf(dHalf, x), hn::LowerHalf(dHalf, y)));
 }
 
-/// As TransferFunction::encode, to the last bit but for about one value in a thousand. For programs
-/// that stretch colours apart (see CompositePlan): there the last bit decides a hue.
+inline constexpr float preciseLimit = 0x1p20f;
+
+/// From 0 up to below preciseLimit. A power good to single precision becomes one good to fourteen
+/// digits: the equation y^12 = x^5, whose residual alone needs double precision, gives what it
+/// lacks for the exponent 5/12, and the logarithm what the true exponent lacks.
+HWY_INLINE FloatVector encodePreciselyBelowLimit(FloatVector x) {
+    const PowerVector powered = powerWithLogarithm(x, TransferFunction::encodingExponent);
+    const auto y = powered.value;
+    const auto toTwelfth = [](auto z) HWY_ATTR {
+        const auto cube = hn::Mul(hn::Mul(z, z), z);
+        const auto sixth = hn::Mul(cube, cube);
+        return hn::Mul(sixth, sixth);
+    };
+    const auto residual = inDouble(
+        [&](auto, auto xs, auto ys) HWY_ATTR {
+            const auto square = hn::Mul(xs, xs);
+            return hn::Sub(hn::Mul(hn::Mul(square, square), xs), toTwelfth(ys));
+        },
+        x, y);
+    const auto error = hn::Div(residual, toTwelfth(y));
+    // (1 + error)^(1/12), to the second order.
+    const auto lacking =
+        hn::Mul(error, hn::MulAdd(error, constant(-11.0f / 288.0f), constant(1.0f / 12.0f)));
+    constexpr double exponentRest = double{TransferFunction::encodingExponent} - 5.0 / 12.0;
+    const auto correction = hn::Mul(
+        y, hn::MulAdd(powered.logarithm,
+                      constant(static_cast<float>(exponentRest * 0.6931471805599453)), lacking));
+    const auto curve = inDouble(
+        [](auto dDouble, auto ys, auto corrections) HWY_ATTR {
+            return hn::Sub(hn::Mul(hn::Set(dDouble, 1.055), hn::Add(ys, corrections)),
+                           hn::Set(dDouble, 0.055));
+        },
+        y, correction);
+    const auto line = inDouble([](auto dDouble, auto xs, auto)
+                                   HWY_ATTR { return hn::Mul(hn::Set(dDouble, 12.92), xs); },
+                               x, x);
+    return hn::IfThenElse(hn::Le(x, constant(TransferFunction::linearThreshold)), line, curve);
+}
+
+/// As TransferFunction::encode, to the last bit but for about one value in a million. For programs
+/// that make much of little (see CompositePlan): there the last bit decides a hue.
 HWY_INLINE FloatVector encodePrecisely(FloatVector x) {
     const FloatTag d;
-    const hn::Repartition<double, FloatTag> dDouble;
-    const hn::Half<FloatTag> dHalf;
     const auto magnitude = hn::Abs(x);
-    const auto bits = hn::BitCast(IntTag(), magnitude);
-    const auto scaledBits =
-        hn::Mul(hn::ConvertTo(d, hn::Sub(bits, hn::Set(IntTag(), 0x3F800000))), constant(0x1p-23f));
-    const auto fraction = hn::Sub(scaledBits, hn::Floor(scaledBits));
-    // Base 2, within 0.01.
-    const auto logarithm = hn::MulAdd(hn::Mul(fraction, hn::Sub(constant(1), fraction)),
-                                      constant(0.3466f), scaledBits);
-    const auto y = power(magnitude, TransferFunction::encodingExponent);
-    const auto half = [&](auto xs, auto logarithms, auto ys) HWY_ATTR {
-        const auto wide = hn::PromoteTo(dDouble, xs);
-        const auto powered = refinedPower(dDouble, wide, hn::PromoteTo(dDouble, logarithms),
-                                          hn::PromoteTo(dDouble, ys));
-        const auto curve =
-            hn::Sub(hn::Mul(hn::Set(dDouble, 1.055), powered), hn::Set(dDouble, 0.055));
-        const auto isLinear =
-            hn::Le(wide, hn::Set(dDouble, double{TransferFunction::linearThreshold}));
-        const auto line = hn::Mul(hn::Set(dDouble, 12.92), wide);
-        return hn::DemoteTo(dHalf, hn::IfThenElse(isLinear, line, curve));
-    };
-    const auto lower = half(hn::LowerHalf(dHalf, magnitude), hn::LowerHalf(dHalf, logarithm),
-                            hn::LowerHalf(dHalf, y));
-    const auto upper = half(hn::UpperHalf(dHalf, magnitude), hn::UpperHalf(dHalf, logarithm),
-                            hn::UpperHalf(dHalf, y));
-    auto value = hn::Combine(d, upper, lower);
-    value = hn::IfThenElse(hn::Lt(magnitude, constant(HUGE_VALF)), value, magnitude);
-    return hn::CopySign(value, x);
+    if (HWY_LIKELY(hn::AllTrue(d, hn::Lt(magnitude, constant(preciseLimit)))))
+        return hn::CopySign(encodePreciselyBelowLimit(magnitude), x);
+    HWY_ALIGN float values[hn::MaxLanes(d)];
+    hn::Store(x, d, values);
+    for (float& value : values)
+        value = TransferFunction::encode(value);
+    return hn::Load(d, values);
 }
 
 /// The straight colours of premultiplied ones; lanes with an alpha not above 0 become 0.
