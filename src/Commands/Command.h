@@ -2,8 +2,9 @@
 // touches neither session nor history nor screen, so it runs on any thread. Identifiers of what it
 // makes are fixed when it is built: applied twice it gives the same result.
 //
-// A command is a plain struct with `name()` and `apply()`, and where the defaults do not serve
-// `coalescingKey()` and `runsOnQueue()`; `Command` holds any of them.
+// A command is a plain struct with `name()` (or a field `name`, where whoever builds it chooses the
+// words) and `apply()`, and where the defaults do not serve `coalescingKey()` and `runsOnQueue()`.
+// It lists its fields in `schema()`, see Coding/Fields.h. `Command` holds any of them.
 #pragma once
 
 #include "Commands/CommandError.h"
@@ -33,9 +34,19 @@ struct CommandContext {
 using CommandResult = std::expected<void, CommandError>;
 
 template <typename T>
+concept NamedByField = requires(const T& command) {
+    { command.name } -> std::convertible_to<std::string>;
+};
+
+template <typename T>
+concept NamedByFunction = requires(const T& command) {
+    { command.name() } -> std::convertible_to<std::string>;
+};
+
+template <typename T>
 concept CommandValue = std::equality_comparable<T> && std::copy_constructible<T> &&
+                       (NamedByField<T> || NamedByFunction<T>) &&
                        requires(const T& command, DocumentState& state, const CommandContext& in) {
-                           { command.name() } -> std::convertible_to<std::string>;
                            { command.apply(state, in) } -> std::same_as<CommandResult>;
                        };
 
@@ -81,7 +92,12 @@ private:
     struct Model final : AnyModel {
         explicit Model(T command) : value(std::move(command)) {}
 
-        std::string name() const override { return std::string(value.name()); }
+        std::string name() const override {
+            if constexpr (NamedByField<T>)
+                return value.name;
+            else
+                return value.name();
+        }
         std::optional<std::string> coalescingKey() const override {
             if constexpr (requires { value.coalescingKey(); }) return value.coalescingKey();
             return std::nullopt;

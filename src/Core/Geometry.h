@@ -30,6 +30,14 @@ struct PixelOffset {
     bool operator==(const PixelOffset&) const = default;
 };
 
+/// A place between pixels: (0, 0) is the upper left corner of pixel (0, 0).
+struct RealPoint {
+    double x = 0;
+    double y = 0;
+
+    bool operator==(const RealPoint&) const = default;
+};
+
 struct TileCoord {
     std::int32_t x = 0;
     std::int32_t y = 0;
