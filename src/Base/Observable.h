@@ -41,6 +41,14 @@ public:
         notify();
     }
 
+    /// For owners that change several values before anybody hears of it: changes the value in
+    /// place and leaves telling to tell(). Returns what `change` returns.
+    template <std::invocable<T&> Change>
+    decltype(auto) updateQuietly(Change&& change) {
+        return std::forward<Change>(change)(value_);
+    }
+    void tell() { notify(); }
+
     /// Called after each change with the value of that change.
     Connection onChange(std::function<void(const T&)> callback) const {
         return changed_.connect(std::move(callback));
@@ -53,6 +61,7 @@ public:
 
 private:
     void notify() {
+        if (!changed_.hasConnections()) return;
         // A callback may set again or destroy this object, so it gets a copy.
         const T value = value_;
         changed_.emit(value);
@@ -60,6 +69,26 @@ private:
 
     T value_{};
     mutable Signal<T> changed_;
+};
+
+/// An observable that everybody may read and only its owner changes.
+template <typename Owner, typename T>
+class ObservableOf : private Observable<T> {
+public:
+    using Observable<T>::get;
+    using Observable<T>::operator*;
+    using Observable<T>::operator->;
+    using Observable<T>::onChange;
+    using Observable<T>::observe;
+
+private:
+    friend Owner;
+    using Observable<T>::Observable;
+    using Observable<T>::operator=;
+    using Observable<T>::set;
+    using Observable<T>::update;
+    using Observable<T>::updateQuietly;
+    using Observable<T>::tell;
 };
 
 } // namespace ombrel
