@@ -1,8 +1,8 @@
 // Opening a 24-megapixel photograph, from bytes in memory to tiles, beside the codec's own library
 // decoding the same bytes a strip at a time into one reused buffer.
+#include "Core/Orientation.h"
 #include "IO/ImageCodecs.h"
 #include "IO/ImageImporter.h"
-#include "IO/Orientation.h"
 
 #include <algorithm>
 #include <array>

@@ -226,6 +226,12 @@ void TileGridLeaf::append(int slot, const PremultipliedColor& color) {
     occupancy |= bitOf(slot);
 }
 
+void TileGridLeaf::append(int slot, const Tile& tile) {
+    new (&cells()[count()].tile) Tile(tile);
+    tileMask |= bitOf(slot);
+    occupancy |= bitOf(slot);
+}
+
 TileGridBranch* TileGridBranch::make(int height, int capacity) {
     const auto room = static_cast<std::size_t>(capacity) * sizeof(TileGridNode*);
     return new (::operator new(sizeof(TileGridBranch) + room)) TileGridBranch(height, capacity);

@@ -79,6 +79,7 @@ struct TileGridLeaf : TileGridNode {
     /// Adds a cell after all that are stored: slots must come in ascending order.
     void append(int slot, const TileGridCell& cell, bool tile);
     void append(int slot, const PremultipliedColor& color);
+    void append(int slot, const Tile& tile);
 };
 
 struct TileGridBranch : TileGridNode {

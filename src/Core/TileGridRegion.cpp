@@ -141,9 +141,12 @@ TileGridNodeRef restricted(const TileGridNode* node, const LocalRange& range) {
 // What a region holds, as far as it can be told without going down to every cell.
 class RegionLook {
 public:
-    bool isEmpty() const { return color_ == nullptr && !isMixed_; }
     bool isMixed() const { return isMixed_ || (holdsAbsent_ && color_ != nullptr); }
-    const PremultipliedColor* color() const { return isMixed() ? nullptr : color_; }
+    TileRangeContent content() const {
+        if (isMixed()) return {TileRangeContent::Kind::mixed, {}};
+        if (color_ == nullptr) return {};
+        return {TileRangeContent::Kind::solid, *color_};
+    }
 
     void addAbsent() { holdsAbsent_ = true; }
     void addSolid(const PremultipliedColor& color) {
@@ -196,10 +199,10 @@ public:
     TileGridNodeRef block(int height, std::int64_t x, std::int64_t y) {
         const std::int64_t side = TileGridNode::sideOfHeight(height);
         const TileRange from{x - dx_, y - dy_, x - dx_ + side - 1, y - dy_ + side - 1};
-        const RegionLook look = lookAt(from);
-        if (look.isEmpty()) return {};
-        if (const PremultipliedColor* color = look.color())
-            return uniformOf(*color).ofHeight(height);
+        const TileRangeContent content = source_.contentOf(from);
+        if (content.kind == TileRangeContent::Kind::absent) return {};
+        if (content.kind == TileRangeContent::Kind::solid)
+            return uniformOf(content.color).ofHeight(height);
         if (((dx_ | dy_) & (side - 1)) == 0) {
             if (const TileGridNode* node = nodeAt(height, from.minX, from.minY))
                 return TileGridNodeRef::sharing(node);
@@ -214,23 +217,6 @@ public:
     }
 
 private:
-    RegionLook lookAt(const TileRange& from) const {
-        RegionLook look;
-        if (!(intersectionOf(from, TileRange::everything()) == from)) look.addAbsent();
-        for (int index = 0; index < quadrantCount; ++index) {
-            const Quadrant quadrant{index};
-            const TileRange part = quadrant.partOf(from);
-            if (part.isEmpty()) continue;
-            const TileGridNode* node = source_.root(quadrant).get();
-            if (node == nullptr || quadrant.heightFor(part) > node->height) look.addAbsent();
-            if (node == nullptr) continue;
-            look.add(
-                node, node->height,
-                localRange(part, quadrant.originX(node->height), quadrant.originY(node->height)));
-        }
-        return look;
-    }
-
     const TileGridNode* nodeAt(int height, std::int64_t x, std::int64_t y) const {
         if (!TileRange::everything().contains(x, y)) return nullptr;
         const TileCoord coord = TileCoord::checked(x, y);
@@ -292,6 +278,22 @@ void TileGrid::assign(const TileRange& range, const std::optional<PremultipliedC
                         uniform ? &*uniform : nullptr);
         tree = TileGridEdit::lowered(std::move(tree), quadrant.cornerSlot());
     }
+}
+
+TileRangeContent TileGrid::contentOf(const TileRange& range) const {
+    RegionLook look;
+    if (!(intersectionOf(range, TileRange::everything()) == range)) look.addAbsent();
+    for (int index = 0; index < quadrantCount; ++index) {
+        const Quadrant quadrant{index};
+        const TileRange part = quadrant.partOf(range);
+        if (part.isEmpty()) continue;
+        const TileGridNode* node = root(quadrant).get();
+        if (node == nullptr || quadrant.heightFor(part) > node->height) look.addAbsent();
+        if (node == nullptr) continue;
+        look.add(node, node->height,
+                 localRange(part, quadrant.originX(node->height), quadrant.originY(node->height)));
+    }
+    return look.content();
 }
 
 TileGrid TileGrid::subgridOfTiles(const TileRange& range) const {

@@ -1,9 +1,9 @@
 #include "IO/ImageImporter.h"
 
 #include "Base/Log.h"
+#include "Core/Orientation.h"
 #include "IO/ImageCodecs.h"
 #include "IO/ImageLimits.h"
-#include "IO/Orientation.h"
 #include "IO/SampleRows.h"
 #include "IO/TileConversion.h"
 

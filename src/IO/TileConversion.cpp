@@ -1,7 +1,7 @@
 #include "IO/TileConversion.h"
 
+#include "Core/Orientation.h"
 #include "IO/ImageLimits.h"
-#include "IO/Orientation.h"
 
 #include <algorithm>
 #include <atomic>

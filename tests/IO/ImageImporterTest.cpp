@@ -1,9 +1,9 @@
 #include "IO/ImageImporter.h"
 
+#include "Core/Orientation.h"
 #include "IO/DecodedRows.h"
 #include "IO/ImportedPixels.h"
 #include "IO/JpegFiles.h"
-#include "IO/Orientation.h"
 #include "IO/PngFiles.h"
 #include "IO/SampleRows.h"
 #include "IO/TiffFiles.h"

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 
 namespace ombrel {
 
@@ -25,6 +26,15 @@ struct Orientation {
     /// Whether stored columns run against the upright axis they end up on.
     bool reversesColumns() const { return isTransposed ? isMirroredY : isMirroredX; }
     bool reversesRows() const { return isTransposed ? isMirroredX : isMirroredY; }
+
+    /// Where the stored point (x, y) of a plane without ends lands when mirroring takes x to
+    /// -1 - x, as a picture turned about the corner of its pixel (0, 0).
+    template <typename Integer>
+    std::pair<Integer, Integer> placeOf(Integer x, Integer y) const {
+        if (isTransposed) std::swap(x, y);
+        return {isMirroredX ? static_cast<Integer>(-1 - x) : x,
+                isMirroredY ? static_cast<Integer>(-1 - y) : y};
+    }
 
     bool operator==(const Orientation&) const = default;
 };
@@ -59,5 +69,8 @@ using PackedPixel = std::uint64_t;
 /// the corner of `out`, a whole tile; the rest of `out` is left alone.
 void orientBlock(std::span<const PackedPixel> stored, std::int64_t width, std::int64_t height,
                  Orientation orientation, std::span<PackedPixel> out);
+/// The same for pixels of one byte.
+void orientBlock(std::span<const std::uint8_t> stored, std::int64_t width, std::int64_t height,
+                 Orientation orientation, std::span<std::uint8_t> out);
 
 } // namespace ombrel
