@@ -3,6 +3,10 @@
 #pragma once
 
 #include "Commands/AddLayerCommands.h"
+#include "Commands/ArrangeCommands.h"
+#include "Commands/DeleteLayersCommand.h"
+#include "Commands/DuplicateLayersCommand.h"
+#include "Commands/GroupCommands.h"
 #include "Commands/LayerPropertyCommands.h"
 
 namespace ombrel {
@@ -15,9 +19,19 @@ using AllCommands = CommandTypes<
     AddLayerCommand,
     AddRectangleLayerCommand,
     NewGroupCommand,
+    GroupLayersCommand,
+    UngroupCommand,
+    DeleteLayersCommand,
+    MoveLayersCommand,
+    ClipLayersCommand,
+    DuplicateLayersCommand,
     PasteLayerCommand,
     PlaceImageCommand,
-    SetLayerPropertiesCommand>;
+    ArrangeLayersCommand,
+    SetLayerPropertiesCommand,
+    SetLayersPropertiesCommand,
+    SetLayersVisibilityCommand,
+    SetClippingCommand>;
 // clang-format on
 
 } // namespace ombrel

@@ -2,11 +2,11 @@
 // "inf", "-inf" and "nan"; an enumeration is the name of its case, from one table each.
 #pragma once
 
+#include "Commands/Coding/EnumNames.h"
 #include "Commands/Coding/FieldCodec.h"
 
 #include <fmt/core.h>
 
-#include <array>
 #include <cstdint>
 #include <limits>
 #include <string_view>
@@ -68,17 +68,6 @@ struct FieldCodec<T> {
     }
     static std::string describe(ValueKinds&) { return "whole number"; }
 };
-
-template <typename E>
-struct EnumCase {
-    E value;
-    std::string_view name;
-};
-
-/// `cases`, an array of EnumCase with every case once, and `name`, what the reference calls the
-/// enumeration ("blend mode").
-template <typename E>
-struct EnumNames;
 
 template <typename E>
     requires(std::is_enum_v<E>)
