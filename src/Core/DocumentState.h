@@ -66,8 +66,9 @@ struct DocumentState {
     std::vector<TileGrid> allMasks() const;
     std::vector<TileGrid> allGrids() const; ///< pixels of all layers, then all masks
     std::unordered_set<TileID> tileIDs() const;
-    /// Tiles this state holds and `other` does not, each once. Equal trees cost nothing; where
-    /// something differs, `other`'s stored cells are scanned once.
+    /// Tiles this state holds and `other` does not, each once. Costs by what differs, and a look
+    /// at `other`'s layers for each tile; only for tiles that lay at many coordinates are
+    /// `other`'s stored cells looked through.
     std::vector<Tile> tilesNotIn(const DocumentState& other) const;
     /// Bytes, uncompressed, that only `other` holds: what keeping it beside this one costs.
     std::int64_t retainedBytes(const DocumentState& other) const;

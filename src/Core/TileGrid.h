@@ -132,6 +132,11 @@ public:
     template <typename Visit>
     static void diff(const TileGrid& before, const TileGrid& after, Visit&& visit);
 
+    /// Calls visit(TileCoord, const Tile&) for every stored tile that `other` does not hold in the
+    /// same cell, in no set order; costs by the stored tiles in what differs.
+    template <typename Visit>
+    void forEachTileNotAt(const TileGrid& other, Visit&& visit) const;
+
     /// Equal formats and equal cells. Costs by what differs, up to the first difference.
     bool operator==(const TileGrid& other) const;
 

@@ -1,5 +1,7 @@
 #include "Core/TileGridNode.h"
 
+#include "Core/TileStorage.h"
+
 #include <array>
 #include <bit>
 #include <cstring>
@@ -134,8 +136,10 @@ void closeSlot(TileGridNode& node, int slot, std::size_t entrySize) {
     node.occupancy &= ~bitOf(slot);
 }
 
-void storeContent(TileGridLeaf& leaf, int slot, void* cell, const TileContent& content) {
+void storeContent(TileGridLeaf& leaf, TileCoord coord, void* cell, const TileContent& content) {
+    const int slot = leaf.slotOf(coord);
     if (const Tile* tile = std::get_if<Tile>(&content)) {
+        tile->storage().places.add(coord);
         new (cell) Tile(*tile);
         leaf.tileMask |= bitOf(slot);
     } else {
@@ -153,11 +157,11 @@ void putInLeaf(TileGridNode*& place, TileCoord coord, const TileContent& content
     if (place->holds(slot)) {
         TileGridLeaf& leaf = leafOf(writable(place, place->count()));
         dropTile(leaf, slot);
-        storeContent(leaf, slot, leaf.cells() + leaf.indexOf(slot), content);
+        storeContent(leaf, coord, leaf.cells() + leaf.indexOf(slot), content);
         return;
     }
     TileGridLeaf& leaf = leafOf(writable(place, place->count() + 1));
-    storeContent(leaf, slot, openSlot(leaf, slot, sizeof(TileGridCell)), content);
+    storeContent(leaf, coord, openSlot(leaf, slot, sizeof(TileGridCell)), content);
 }
 
 // What putting one cell adds to the counts above it.
@@ -263,7 +267,7 @@ namespace TileGridEdit {
 TileGridNode* withCell(int height, TileCoord coord, const TileContent& content) {
     TileGridLeaf* leaf = TileGridLeaf::make(1);
     const int slot = leaf->slotOf(coord);
-    storeContent(*leaf, slot, openSlot(*leaf, slot, sizeof(TileGridCell)), content);
+    storeContent(*leaf, coord, openSlot(*leaf, slot, sizeof(TileGridCell)), content);
     TileGridNode* node = leaf;
     for (int level = 2; level <= height; ++level) {
         TileGridBranch* branch = TileGridBranch::make(level, 1);

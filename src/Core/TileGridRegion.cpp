@@ -4,6 +4,7 @@
 #include "Core/TileGrid.h"
 
 #include "Base/Check.h"
+#include "Core/TileStorage.h"
 
 #include <algorithm>
 #include <limits>
@@ -331,6 +332,8 @@ TileGrid TileGrid::shiftedByTiles(std::int64_t dx, std::int64_t dy) const {
             shifter.block(height, quadrant.originX(height), quadrant.originY(height)),
             quadrant.cornerSlot());
     }
+    // Shared nodes have moved with the tiles in them.
+    result.forEachTile([](TileCoord coord, const Tile& tile) { tile.storage().places.add(coord); });
     return result;
 }
 

@@ -211,6 +211,35 @@ bool visitTiles(const TileGridNode& node, std::int64_t x, std::int64_t y, Visit&
     return true;
 }
 
+/// Visits the stored tiles of a subtree that another one in the same place does not hold there.
+template <typename Visit>
+void visitTilesNotAt(const TileGridNode& node, const TileGridNode* other, std::int64_t x,
+                     std::int64_t y, Visit& visit) {
+    if (&node == other || node.pixelCellCount() == 0) return;
+    if (node.isLeaf()) {
+        const TileGridLeaf& leaf = leafOf(node);
+        for (std::uint64_t rest = leaf.tileMask; rest != 0; rest &= rest - 1) {
+            const int slot = std::countr_zero(rest);
+            const Tile& tile = leaf.cells()[leaf.indexOf(slot)].tile;
+            if (other != nullptr && leafOf(*other).isTile(slot) &&
+                leafOf(*other).cells()[other->indexOf(slot)].tile == tile)
+                continue;
+            visit(TileCoord{static_cast<std::int32_t>(x + (slot & 7)),
+                            static_cast<std::int32_t>(y + (slot >> 3))},
+                  tile);
+        }
+        return;
+    }
+    const std::int64_t side = node.childSide();
+    TileGridNode* const* child = branchOf(node).children();
+    for (std::uint64_t rest = node.occupancy; rest != 0; rest &= rest - 1, ++child) {
+        const int slot = std::countr_zero(rest);
+        const TileGridNode* const beside =
+            other != nullptr && other->holds(slot) ? branchOf(*other).child(slot) : nullptr;
+        visitTilesNotAt(**child, beside, x + (slot & 7) * side, y + (slot >> 3) * side, visit);
+    }
+}
+
 template <typename Visit>
 void TileGrid::forEach(Visit&& visit) const {
     forEachIn(TileRange::everything(), visit);
@@ -272,6 +301,21 @@ void TileGrid::diff(const TileGrid& before, const TileGrid& after, Visit&& visit
         if (!tree.compare(raisedFrom.get(), raisedTo.get(), quadrant.originX(height),
                           quadrant.originY(height)))
             return;
+    }
+}
+
+template <typename Visit>
+void TileGrid::forEachTileNotAt(const TileGrid& other, Visit&& visit) const {
+    for (int index = 0; index < quadrantCount; ++index) {
+        const Quadrant quadrant{index};
+        const TileGridNodeRef& mine = root(quadrant);
+        const TileGridNodeRef& others = other.root(quadrant);
+        if (!mine || mine.get() == others.get()) continue;
+        const int height = std::max(mine->height, others ? others->height : std::uint8_t{0});
+        const TileGridNodeRef node = TileGridEdit::raised(mine, height, quadrant.cornerSlot());
+        const TileGridNodeRef beside = TileGridEdit::raised(others, height, quadrant.cornerSlot());
+        visitTilesNotAt(*node.get(), beside.get(), quadrant.originX(height),
+                        quadrant.originY(height), visit);
     }
 }
 

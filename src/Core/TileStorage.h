@@ -5,6 +5,7 @@
 #include "Core/ScratchSpace.h"
 #include "Core/TileBuffer.h"
 #include "Core/TileCompression.h"
+#include "Core/TilePlaces.h"
 
 #include <atomic>
 #include <cstdint>
@@ -36,6 +37,8 @@ public:
     TileID id;                                ///< set once, before there is a handle
     std::atomic<std::int64_t> handles = 1;    ///< Tile objects; at 0 the tile is released
     std::atomic<std::int64_t> references = 1; ///< all handles together, and jobs of the store
+
+    TilePlaces places; ///< of its own, not under the lock
 
     Residency residency;
     std::int64_t pinCount = 0;

@@ -299,7 +299,7 @@ void editRandomly(DocumentState& state, std::mt19937_64& random, TileStore& stor
     }
     const PixelLayer& layer = *layers[static_cast<std::size_t>(number(0, std::ssize(layers) - 1))];
     PixelLayer changed = layer;
-    switch (number(0, 7)) {
+    switch (number(0, 9)) {
     case 0: // a duplicate
         changed.id = LayerID::make();
         state.insert({changed}, std::nullopt, number(0, 4));
@@ -310,9 +310,19 @@ void editRandomly(DocumentState& state, std::mt19937_64& random, TileStore& stor
     case 2:
         changed.pixels = changed.pixels.shifted(256 * number(-2, 2), 256 * number(-2, 2), store);
         break;
-    case 3: // the same tile once more, perhaps of another layer
-        if (layers.front()->pixels[coord()])
-            changed.pixels.set(coord(), layers.front()->pixels[coord()]);
+    case 3: { // the same tile once more, perhaps of another layer
+        const auto content = layers.front()->pixels[coord()];
+        if (!content) break;
+        for (std::int64_t copies = number(1, 5); copies > 0; --copies)
+            changed.pixels.set(coord(), content);
+        break;
+    }
+    case 5: // a part, which shares nodes
+        changed.pixels = changed.pixels.subgrid(
+            {256 * number(-3, 0), 256 * number(-3, 0), 256 * number(3, 6), 256 * number(3, 6)});
+        break;
+    case 6: // whole nodes at another place
+        changed.pixels = changed.pixels.shifted(2048 * number(-1, 1), 2048 * number(-1, 1), store);
         break;
     case 4:
         if (!changed.mask) changed.mask.emplace();
