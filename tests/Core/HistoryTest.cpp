@@ -1,6 +1,7 @@
 #include "Core/History.h"
 
 #include "TestSeed.h"
+#include "support/HistoryModel.h"
 #include "support/TestDocument.h"
 
 #include <gtest/gtest.h>
@@ -154,61 +155,6 @@ TEST(History, aHugeEditOverTheBudgetLeavesThePresentAlone) {
     EXPECT_EQ(left.back()->retainedBytes, 16 * colorTileBytes);
 }
 
-namespace {
-
-// A list of states without sharing or bookkeeping, which counts everything from scratch.
-struct HistoryModel {
-    struct Entry {
-        DocumentState state;
-        std::optional<std::string> key;
-        double date = 0;
-    };
-    std::vector<Entry> entries;
-    std::size_t current = 0;
-    std::size_t maximumStates = 0;
-    std::int64_t budget = 0;
-    /// By entry: unlike `state`, what was counted when the successor was written stays.
-    std::vector<std::int64_t> retained;
-
-    static std::int64_t bytesOnlyIn(const DocumentState& older, const DocumentState& newer) {
-        const std::unordered_set<TileID> held = newer.tileIDs();
-        std::int64_t count = 0;
-        for (const TileID id : older.tileIDs())
-            count += held.contains(id) ? 0 : 1;
-        return count * colorTileBytes;
-    }
-
-    void record(const DocumentState& state, const std::optional<std::string>& key, double date) {
-        entries.resize(current + 1);
-        retained.resize(current + 1);
-        const Entry& present = entries[current];
-        if (key && current != 0 && present.key == key && date - present.date < 1.5) {
-            entries[current].state = state;
-            entries[current].date = date;
-            retained[current - 1] = bytesOnlyIn(entries[current - 1].state, state);
-            retained[current] = 0;
-            return;
-        }
-        retained[current] = bytesOnlyIn(present.state, state);
-        entries.push_back({state, key, date});
-        retained.push_back(0);
-        ++current;
-        while (current > 0 && (entries.size() > maximumStates || total() > budget)) {
-            entries.erase(entries.begin());
-            retained.erase(retained.begin());
-            --current;
-        }
-    }
-    std::int64_t total() const {
-        std::int64_t sum = 0;
-        for (const std::int64_t bytes : retained)
-            sum += bytes;
-        return sum;
-    }
-};
-
-} // namespace
-
 TEST(HistoryModel, agreesUnderRandomOperations) {
     SCOPED_TRACE(testSeed());
     std::mt19937_64 random(testSeed());
@@ -216,13 +162,10 @@ TEST(HistoryModel, agreesUnderRandomOperations) {
     document.layer("A");
     const LayerID layer = document.lastID();
     for (int run = 0; run < 20; ++run) {
-        HistoryModel model;
-        model.maximumStates = 2 + random() % 8;
-        model.budget = static_cast<std::int64_t>(random() % 12) * colorTileBytes;
+        HistoryModel model(document.state(), 2 + random() % 8,
+                           static_cast<std::int64_t>(random() % 12) * colorTileBytes);
         History history(document.state(), "Open", static_cast<std::int64_t>(model.maximumStates),
                         model.budget);
-        model.entries.push_back({document.state(), {}, 0});
-        model.retained.push_back(0);
         double now = 0;
         for (int step = 0; step < 120; ++step) {
             const std::size_t dice = random() % 8;
@@ -237,17 +180,16 @@ TEST(HistoryModel, agreesUnderRandomOperations) {
                 now += static_cast<double>(random() % 30) / 10;
                 std::optional<std::string> key;
                 if (random() % 4 != 0) key = random() % 2 == 0 ? "a" : "b";
-                model.record(next, key, now);
+                model.record(next, key, at(now));
                 history.record(next, "Edit", key, at(now));
             } else if (dice == 5) {
-                if (history.undo() != nullptr) --model.current;
+                EXPECT_EQ(history.undo() != nullptr, model.undo());
             } else if (dice == 6) {
-                if (history.redo() != nullptr) ++model.current;
+                EXPECT_EQ(history.redo() != nullptr, model.redo());
             } else {
                 const auto index = static_cast<std::int64_t>(random() % 12) - 2;
                 history.jump(index);
-                model.current = static_cast<std::size_t>(
-                    std::clamp<std::int64_t>(index, 0, std::ssize(model.entries) - 1));
+                model.jump(index);
             }
             ASSERT_EQ(history.count(), std::ssize(model.entries)) << "step " << step;
             ASSERT_EQ(history.currentIndex(), static_cast<std::int64_t>(model.current));
