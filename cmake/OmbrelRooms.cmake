@@ -34,6 +34,7 @@ function(ombrel_tests name)
   target_compile_definitions(
     ${lower}_tests PRIVATE OMBREL_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data"
                            OMBREL_TEST_GOLDEN="${CMAKE_SOURCE_DIR}/tests/golden"
+                           OMBREL_DOCS="${CMAKE_SOURCE_DIR}/docs"
                            OMBREL_CORPUS="${CMAKE_SOURCE_DIR}/../shared/corpus")
   if(NOT TESTS_LABEL)
     set(TESTS_LABEL unit)
