@@ -5,6 +5,7 @@
 
 namespace ombrel {
 
+std::unique_ptr<Verb> makeCommandsVerb();
 std::unique_ptr<Verb> makeExportVerb();
 std::unique_ptr<Verb> makeInfoVerb();
 

@@ -14,6 +14,8 @@
 #include "Commands/Coding/Decoder.h"
 #include "Commands/Coding/ValueKinds.h"
 
+#include <fmt/core.h>
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -60,7 +62,7 @@ struct FieldCodec<std::vector<T>> {
         return values;
     }
     static std::string describe(ValueKinds& kinds) {
-        return "list of " + FieldCodec<T>::describe(kinds);
+        return fmt::format("[{}, ...]", FieldCodec<T>::describe(kinds));
     }
 };
 

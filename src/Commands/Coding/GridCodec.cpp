@@ -204,6 +204,7 @@ Decoded<TileGrid> FieldCodec<TileGrid>::decodeOver(const Json& json, Decoder& in
 }
 
 std::string FieldCodec<TileGrid>::describe(ValueKinds& kinds) {
+    FieldCodec<PremultipliedColor>::describe(kinds);
     kinds["pixels"].description =
         "`{\"fill\": color}` fills the canvas and `{\"file\": path}` reads a picture (neither for "
         "a mask). Written out, they are the tiles of 256 x 256 pixels in `tiles`, each in base64, "

@@ -139,7 +139,7 @@ Decoded<LayerNode> FieldCodec<LayerNode>::decode(const Json& json, Decoder& in) 
 std::string FieldCodec<LayerNode>::describe(ValueKinds& kinds) {
     FieldCodec<PixelLayer>::describe(kinds);
     FieldCodec<GroupLayer>::describe(kinds);
-    return "new layers and groups";
+    return "new layer or new group";
 }
 
 } // namespace ombrel

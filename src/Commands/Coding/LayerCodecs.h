@@ -45,7 +45,7 @@ template <>
 struct Record<LayerProperties> {
     static constexpr std::string_view name = "layer properties";
     static constexpr std::string_view description =
-        "Of a layer that is there, only what changes need be given.";
+        "Of a layer that is there, only what changes need be given, not even the name.";
     static constexpr auto fields() {
         using Properties = LayerProperties;
         return std::tuple(
@@ -144,11 +144,17 @@ struct FieldCodec<std::map<LayerID, T>> {
     }
     static std::string describe(ValueKinds& kinds) {
         const std::string layer = FieldCodec<LayerID>::describe(kinds);
-        return "list of `{\"layer\": " + layer + ", \"value\": " + FieldCodec<T>::describe(kinds) +
-               "}`";
+        return fmt::format("[{{\"layer\": {}, \"value\": {}}}, ...]", layer,
+                           describeContent(kinds));
     }
 
 private:
+    static std::string describeContent(ValueKinds& kinds) {
+        if constexpr (std::is_same_v<T, LayerID>)
+            return "UUID";
+        else
+            return FieldCodec<T>::describe(kinds);
+    }
     static std::optional<JsonError> decodeEntry(const Json& json, Decoder& in,
                                                 std::map<LayerID, T>& map) {
         constexpr std::array<std::string_view, 2> names{"layer", "value"};

@@ -118,7 +118,10 @@ std::optional<JsonError> fillAbsent(const EmbeddedFields<Owner, Value>& embedded
 template <typename Owner, typename Value>
 void describe(const Field<Owner, Value>& field, ValueKinds& kinds,
               std::vector<FieldDescription>& out) {
-    std::string kind = FieldCodec<Value>::describe(kinds);
+    constexpr bool canBeNew =
+        requires(const Json& json, Decoder& in) { FieldCodec<Value>::decodeNew(json, in); };
+    std::string kind =
+        canBeNew && field.absence == Absence::made ? "UUID" : FieldCodec<Value>::describe(kinds);
     if (field.isBounded()) kind += fmt::format(" from {} to {}", field.least, field.most);
     out.push_back({std::string(field.name), std::move(kind), std::string(field.description),
                    isOptional<Value> || field.absence != Absence::refused});
