@@ -5,9 +5,10 @@
 namespace ombrel {
 
 std::span<const VerbEntry> verbs() {
-    static constexpr std::array<VerbEntry, 3> table{{
-        {"commands", "List the commands of edit scripts", makeCommandsVerb},
+    static constexpr std::array<VerbEntry, 4> table{{
         {"export", "Flatten a file and write it in a raster format", makeExportVerb},
+        {"apply", "Run an edit script on a file and write the result", makeApplyVerb},
+        {"commands", "List the commands of edit scripts", makeCommandsVerb},
         {"info", "Describe a file: canvas, colour profile, layers", makeInfoVerb},
     }};
     return table;

@@ -1,0 +1,131 @@
+#include "Base/AtomicFile.h"
+#include "Cli/Pictures.h"
+#include "Cli/ProgramRun.h"
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sched.h>
+#include <string>
+
+namespace ombrel {
+namespace {
+
+using test::difference;
+using test::TemporaryFolder;
+
+std::string contents(const std::filesystem::path& path) {
+    return readSmallFile(path, 1 << 28).value_or("(unreadable)");
+}
+
+PremultipliedColor smoothColor(std::int64_t x, std::int64_t y) {
+    return {static_cast<float>(x) / 900, static_cast<float>(y) / 700, 0.25f, 1};
+}
+PremultipliedColor red(std::int64_t, std::int64_t) {
+    return {1, 0, 0, 1};
+}
+
+void writeScript(const std::filesystem::path& path, std::string_view steps) {
+    const auto written = writeFileAtomically(path, R"({"steps": [)" + std::string(steps) + "]}");
+    ASSERT_TRUE(written) << written.error().text();
+}
+
+class ApplyVerb : public testing::Test {
+protected:
+    ApplyVerb() {
+        test::writePicture(folder / "photo.png", {800, 600}, smoothColor, BitDepth::sixteen);
+        test::writePicture(folder / "red.png", {100, 100}, red);
+    }
+
+    ProgramResult apply(std::string_view steps, const std::string& output,
+                        const ProgramSetup& setup = {}) {
+        writeScript(folder / "script.json", steps);
+        return runProgram(
+            {"apply", folder / "photo.png", folder / "script.json", "-o", folder / output}, setup);
+    }
+
+    TemporaryFolder folder;
+};
+
+constexpr std::string_view placeRed =
+    R"({"command": "PlaceImageCommand", "pixels": {"file": "red.png"}})";
+constexpr std::string_view halfRed =
+    R"({"command": "SetLayerPropertiesCommand", "layerID": {"name": "red"}, "name": "Opacity",
+        "properties": {"opacity": 0.5}})";
+
+TEST_F(ApplyVerb, editsAsTheCommandsSayAndPlacesPicturesBesideTheScript) {
+    const ProgramResult result =
+        apply(std::string(placeRed) + "," + std::string(halfRed), "out.tiff");
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    const test::ReadPicture out = test::readPicture(folder / "out.tiff");
+    EXPECT_LT(difference(out.at(10, 20), smoothColor(10, 20)), 0.001f);
+    // In the middle, half of what an encoded red and the picture below make.
+    const PremultipliedColor middle = out.at(400, 300);
+    EXPECT_GT(middle.red, smoothColor(400, 300).red + 0.05f);
+    EXPECT_LT(middle.red, 0.9f);
+    EXPECT_LT(difference(out.at(349, 300), smoothColor(349, 300)), 0.001f);
+}
+
+TEST_F(ApplyVerb, undoesAndRedoesStepsAndGivesTheSameBytesEachTime) {
+    const std::string edits = std::string(placeRed) + "," + std::string(halfRed);
+    ASSERT_EQ(apply(edits, "plain.png").exitStatus, 0);
+    ASSERT_EQ(apply(edits + R"(,{"undo": 2}, {"redo": 1}, {"redo": 1})", "redone.png").exitStatus,
+              0);
+    ASSERT_EQ(apply(edits + R"(,{"undo": 2})", "undone.png").exitStatus, 0);
+    ASSERT_EQ(apply("", "untouched.png").exitStatus, 0);
+    const auto onOneCore = [] {
+        cpu_set_t cores;
+        CPU_ZERO(&cores);
+        CPU_SET(sched_getcpu(), &cores);
+        sched_setaffinity(0, sizeof(cores), &cores);
+    };
+    ASSERT_EQ(apply(edits, "oneCore.png", onOneCore).exitStatus, 0);
+    EXPECT_EQ(contents(folder / "redone.png"), contents(folder / "plain.png"));
+    EXPECT_EQ(contents(folder / "oneCore.png"), contents(folder / "plain.png"));
+    EXPECT_EQ(contents(folder / "undone.png"), contents(folder / "untouched.png"));
+    EXPECT_NE(contents(folder / "plain.png"), contents(folder / "untouched.png"));
+}
+
+TEST_F(ApplyVerb, aFailingStepNamesItselfAndWritesNothing) {
+    const struct {
+        std::string steps;
+        std::string message;
+    } cases[]{
+        {std::string(placeRed) + R"(, {"command": "DeleteLayersCommand",
+                                       "layerIDs": [{"name": "red"}, {"name": "photo"}]})",
+         "step 2: A document must have at least one layer."},
+        {R"({"command": "UngroupCommand", "layerID": {"name": "photo"}})",
+         "step 1: The layer isn't a group."},
+        {std::string(placeRed) + R"(, {"undo": 2})", "step 2: There is nothing to undo."},
+        {R"({"redo": 1})", "step 1: There is nothing to redo."},
+        {R"({"command": "NoSuchCommand"})", "step 1: "},
+        {R"({"command": "UngroupCommand", "layerID": {"name": "nobody"}})", "step 1: "},
+        {R"({"command": "PlaceImageCommand", "pixels": {"file": "missing.png"}})", "step 1: "},
+        {R"({"paint": 3})", "step 1: "},
+        {R"({"undo": )", "line "},
+    };
+    for (const auto& [steps, message] : cases) {
+        SCOPED_TRACE(steps);
+        ASSERT_TRUE(writeFileAtomically(folder / "out.png", "before"));
+        const ProgramResult result = apply(steps, "out.png");
+        EXPECT_EQ(result.exitStatus, 1);
+        EXPECT_NE(result.errors.find(message), std::string::npos) << result.errors;
+        EXPECT_EQ(result.errors.find('\n'), result.errors.size() - 1);
+        EXPECT_EQ(contents(folder / "out.png"), "before");
+    }
+    EXPECT_EQ(runProgram({"apply", folder / "photo.png", folder / "script.json"}).exitStatus, 2);
+}
+
+TEST_F(ApplyVerb, runsEveryExampleOfTheReference) {
+    for (const auto& entry : std::filesystem::directory_iterator(OMBREL_DOCS "/examples")) {
+        SCOPED_TRACE(entry.path().filename());
+        const ProgramResult result = runProgram(
+            {"apply", folder / "photo.png", entry.path(), "-o", folder / "example.png"});
+        EXPECT_EQ(result.exitStatus, 0) << result.errors;
+        EXPECT_NE(contents(folder / "example.png"), contents(folder / "photo.png"));
+    }
+}
+
+} // namespace
+} // namespace ombrel
