@@ -43,17 +43,18 @@ concept NamedByFunction = requires(const T& command) {
     { command.name() } -> std::convertible_to<std::string>;
 };
 
+/// What a command's own type has is asked first: the rest is not for types that hold a Command.
 template <typename T>
-concept CommandValue = std::equality_comparable<T> && std::copy_constructible<T> &&
-                       (NamedByField<T> || NamedByFunction<T>) &&
+concept CommandValue = (NamedByField<T> || NamedByFunction<T>) &&
                        requires(const T& command, DocumentState& state, const CommandContext& in) {
                            { command.apply(state, in) } -> std::same_as<CommandResult>;
-                       };
+                       } && std::equality_comparable<T> && std::copy_constructible<T>;
 
 /// Any command; copying shares it. Immutable, so it goes freely between threads.
 class Command {
 public:
-    template <CommandValue T>
+    template <typename T>
+        requires(!std::same_as<T, Command> && CommandValue<T>)
     Command(T value) : model_(std::make_shared<const Model<T>>(std::move(value))) {} // NOLINT: any
 
     /// What history and the Edit menu show.

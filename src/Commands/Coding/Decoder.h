@@ -82,7 +82,7 @@ public:
     std::string pictureName;
 
     /// Commands within commands and groups within groups go at most this deep.
-    static constexpr int maximumDepth = 32;
+    static constexpr int maximumDepth = 100;
     int depth = 0;
 
 private:
