@@ -20,12 +20,22 @@ void setClipping(DocumentState& state, std::span<const LayerID> ids, bool clips)
 
 // Moves each chosen element one place towards the end, unless another chosen one is in its way.
 template <typename Iterator, typename IsChosen>
-void step(Iterator begin, Iterator end, const IsChosen& isChosen) {
+void step(const Iterator& begin, const Iterator& end, const IsChosen& isChosen) {
     if (begin == end) return;
     for (Iterator next = std::prev(end); next != begin; --next) {
         const Iterator each = std::prev(next);
         if (isChosen(*each) && !isChosen(*next)) std::iter_swap(each, next);
     }
+}
+
+// Those that `isFirst` holds for, then the others, both in their order.
+template <typename IsFirst>
+void divide(std::vector<LayerNode>& siblings, const IsFirst& isFirst) {
+    std::vector<LayerNode> divided;
+    divided.reserve(siblings.size());
+    std::ranges::copy_if(siblings, std::back_inserter(divided), isFirst);
+    std::ranges::copy_if(siblings, std::back_inserter(divided), std::not_fn(isFirst));
+    siblings = std::move(divided);
 }
 
 void arrange(std::vector<LayerNode>& siblings, const std::set<LayerID>& chosen,
@@ -39,10 +49,10 @@ void arrange(std::vector<LayerNode>& siblings, const std::set<LayerID>& chosen,
         step(siblings.rbegin(), siblings.rend(), isChosen);
         break;
     case Arrangement::bringToFront:
-        std::ranges::stable_partition(siblings, std::not_fn(isChosen));
+        divide(siblings, std::not_fn(isChosen));
         break;
     case Arrangement::sendToBack:
-        std::ranges::stable_partition(siblings, isChosen);
+        divide(siblings, isChosen);
         break;
     }
 }

@@ -45,7 +45,7 @@ std::unexpected<CommandError> failure(CommandError::Kind kind) {
 DocumentState::Location insertionPoint(const DocumentState& state, std::optional<LayerID> above) {
     const LayerNode* node = above ? state.find(*above) : nullptr;
     if (node == nullptr) return {std::nullopt, state.root->children.size()};
-    if (const GroupLayer* group = node->group()) return {*above, group->children.size()};
+    if (const GroupLayer* group = node->group()) return {above, group->children.size()};
     DocumentState::Location location = *state.location(*above);
     ++location.index;
     return location;
@@ -97,6 +97,7 @@ std::expected<std::vector<LayerID>, CommandError> move(DocumentState& state,
         moved.push_back(id);
     }
     std::vector<LayerNode> nodes;
+    nodes.reserve(moved.size());
     for (const LayerID id : moved)
         nodes.push_back(state.remove(id).value());
     state.insert(std::move(nodes), parent, std::max<std::int64_t>(gap, 0) - below);

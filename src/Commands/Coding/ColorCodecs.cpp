@@ -10,7 +10,7 @@ namespace ombrel {
 
 namespace {
 
-std::optional<std::uint32_t> hexadecimal(std::string_view digits) {
+std::optional<std::uint32_t> hexadecimal(std::span<const char> digits) {
     std::uint32_t value = 0;
     const char* end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, value, 16);
