@@ -26,6 +26,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
@@ -107,9 +108,9 @@ public:
 
     /// Applies at once, or on the queue where the command wants that or operations are queued. A
     /// command that fails changes nothing and is told to onError; a cancelled one tells nothing.
-    void perform(Command command);
+    void perform(const Command& command);
     /// The same, then calls `completion`: at once where nothing is queued, else in its turn.
-    void perform(Command command, std::move_only_function<void()> completion);
+    void perform(const Command& command, std::move_only_function<void()> completion);
     /// At once, or in their turn where operations are queued. Nothing during a live edit.
     void undo();
     void redo();
@@ -214,7 +215,8 @@ void DocumentSession::runAway(Work work, Answer answer) {
             if (const auto self = weak.lock()) {
                 answer(*self, std::move(result));
             } else {
-                worker.post([answer = std::move(answer), result = std::move(result)] {});
+                auto left = std::pair(std::move(answer), std::move(result));
+                worker.post([left = std::move(left)] { static_cast<void>(left); });
             }
         });
     });

@@ -7,16 +7,15 @@
 
 namespace ombrel {
 
-void DocumentSession::perform(Command command) {
+void DocumentSession::perform(const Command& command) {
     checkThread();
     if (!command.runsOnQueue() && queuedOperations_ < 1) return performNow(command);
-    enqueue(
-        [command = std::move(command)](DocumentSession& session) { session.runCommand(command); });
+    enqueue([command](DocumentSession& session) { session.runCommand(command); });
 }
 
-void DocumentSession::perform(Command command, std::move_only_function<void()> completion) {
+void DocumentSession::perform(const Command& command, std::move_only_function<void()> completion) {
     const auto self = shared_from_this();
-    perform(std::move(command));
+    perform(command);
     if (queuedOperations_ < 1) return completion();
     enqueueStep([completion = std::move(completion)](DocumentSession&) mutable { completion(); });
 }
@@ -73,11 +72,12 @@ void DocumentSession::runCommand(const Command& command) {
         [command, progress, store = store_, &device = device_, state = *_state]() mutable {
             CommandResult result = command.apply(
                 state, {.store = *store, .device = device, .progress = progress.get()});
-            if (progress->isCancelled())
-                result = std::unexpected(CommandError::of(CommandError::Kind::cancelled));
             return Outcome{std::move(result), std::move(state)};
         },
-        [command](DocumentSession& session, Outcome outcome) {
+        [command, progress](DocumentSession& session, Outcome outcome) {
+            // What was cancelled is not committed, even where the command did not look.
+            if (progress->isCancelled())
+                outcome.result = std::unexpected(CommandError::of(CommandError::Kind::cancelled));
             session._runningCommand = std::nullopt;
             session.finishCommand(command, outcome.result, std::move(outcome.state));
             session.endOperation();

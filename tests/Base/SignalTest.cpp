@@ -113,6 +113,17 @@ TEST(Observable, tellsOfChangesOnly) {
     EXPECT_EQ(*_value, 6);
 }
 
+TEST(Observable, tellsOfAQuietChangeWhenItIsToldTo) {
+    Observable<int> _value(3);
+    std::vector<int> heard;
+    const Connection connection = _value.onChange([&](int value) { heard.push_back(value); });
+    EXPECT_EQ(_value.updateQuietly([](int& value) { return std::exchange(value, 4); }), 3);
+    EXPECT_EQ(_value.get(), 4);
+    EXPECT_TRUE(heard.empty());
+    _value.tell();
+    EXPECT_EQ(heard, std::vector{4});
+}
+
 TEST(Observable, aCallbackMaySetAgain) {
     Observable<int> _value(0);
     const Connection clamp = _value.onChange([&](int value) {

@@ -6,17 +6,7 @@ namespace ombrel {
 
 namespace {
 
-using Log = std::vector<std::string>;
-using Marks = std::vector<double>;
-
-const Log committed{"change 0", "display", "content"};
-
-DocumentSession::Transform marking(double value) {
-    return [value](DocumentState state) {
-        state.canvas.resolution = value;
-        return state;
-    };
-}
+using Log = SessionLog;
 
 } // namespace
 
@@ -187,7 +177,12 @@ TEST(DocumentSession, aCancelledCommandChangesNothingAndTellsNothing) {
         EXPECT_EQ(fixture.takeLog(), Log{});
     }
     fixture.session->perform(queuedMark(3));
-    EXPECT_EQ(fixture.settled(), 3);
+    fixture.executors.main.run();
+    fixture.executors.worker.runAll();
+    (*fixture.session->_runningCommand)->progress->cancel();
+    EXPECT_EQ(fixture.settled(), 72) << "as long as it is not committed";
+    fixture.session->perform(queuedMark(4));
+    EXPECT_EQ(fixture.settled(), 4);
 }
 
 TEST(DocumentSession, showsTheProgressOfTheRunningCommand) {
@@ -202,121 +197,6 @@ TEST(DocumentSession, showsTheProgressOfTheRunningCommand) {
     fixture.session->perform(command);
     fixture.settled();
     EXPECT_EQ(seen, 0.25);
-}
-
-TEST(DocumentSession, aLiveEditMakesOneEntry) {
-    SessionFixture fixture;
-    DocumentSession& session = *fixture.session;
-    ASSERT_TRUE(session.beginLive());
-    EXPECT_FALSE(session.beginLive());
-    session.updateLive([](DocumentState& state) { state.canvas.resolution = 1; });
-    session.updateLive([](DocumentState& state) { state.canvas.resolution += 1; });
-    EXPECT_EQ(fixture.markShown(), 2);
-    EXPECT_EQ(fixture.takeLog(), (Log{"display", "display"}));
-    session.undo();
-    session.jump(0);
-    EXPECT_EQ(fixture.markShown(), 2) << "no undo during a live edit";
-    EXPECT_EQ(fixture.takeLog(), Log{});
-    session.commitLive("Drag");
-    EXPECT_EQ(fixture.takeLog(), committed);
-    EXPECT_FALSE(*session._isLiveEditing);
-    EXPECT_EQ(fixture.marks(), (Marks{72, 2}));
-    EXPECT_EQ(session.undoName(), "Drag");
-}
-
-TEST(DocumentSession, isNotLiveWhileWorkIsQueued) {
-    SessionFixture fixture;
-    fixture.session->perform(queuedMark(1));
-    EXPECT_FALSE(fixture.session->beginLive());
-    fixture.settled();
-    EXPECT_TRUE(fixture.session->beginLive());
-}
-
-TEST(DocumentSession, ignoresLiveCallsOutsideALiveEdit) {
-    SessionFixture fixture;
-    fixture.session->previewLive(marking(1));
-    fixture.session->updateLive([](DocumentState& state) { state.canvas.resolution = 1; });
-    fixture.session->commitLive("Drag", marking(2));
-    fixture.session->cancelLive();
-    EXPECT_EQ(fixture.settled(), 72);
-    EXPECT_EQ(fixture.takeLog(), Log{});
-    EXPECT_EQ(fixture.marks(), Marks{72});
-}
-
-TEST(DocumentSession, skipsPreviewsThatComeWhileOneRuns) {
-    SessionFixture fixture;
-    DocumentSession& session = *fixture.session;
-    std::vector<double> begun;
-    const auto counted = [&](double value) {
-        return [&begun, value](DocumentState state) {
-            begun.push_back(value);
-            state.canvas.resolution = state.canvas.resolution * 10 + value;
-            return state;
-        };
-    };
-    session.beginLive();
-    for (const double value : {1, 2, 3})
-        session.previewLive(counted(value));
-    EXPECT_EQ(fixture.executors.worker.pending(), 1u);
-    fixture.executors.worker.run();
-    fixture.executors.main.run();
-    EXPECT_EQ(fixture.markShown(), 721) << "each works on the state at the beginning";
-    EXPECT_EQ(fixture.settled(), 723);
-    EXPECT_EQ(begun, (Marks{1, 3}));
-    EXPECT_EQ(fixture.takeLog(), (Log{"display", "display"}));
-}
-
-TEST(DocumentSession, dropsPreviewsThatComeTooLate) {
-    enum class End { commit, cancel, cancelAndBegin };
-    for (const End end : {End::commit, End::cancel, End::cancelAndBegin}) {
-        SessionFixture fixture;
-        DocumentSession& session = *fixture.session;
-        session.beginLive();
-        session.updateLive([](DocumentState& state) { state.canvas.resolution = 5; });
-        session.previewLive(marking(1));
-        session.previewLive(marking(2));
-        if (end == End::commit) {
-            session.commitLive("Drag");
-        } else {
-            session.cancelLive();
-            EXPECT_EQ(fixture.markShown(), 72);
-        }
-        if (end == End::cancelAndBegin) {
-            session.beginLive();
-            session.previewLive(marking(3));
-            EXPECT_EQ(fixture.executors.main.pending(), 0u);
-        }
-        const double expected = end == End::commit ? 5 : end == End::cancel ? 72 : 3;
-        EXPECT_EQ(fixture.settled(), expected);
-        EXPECT_EQ(fixture.marks(), end == End::commit ? (Marks{72, 5}) : Marks{72});
-    }
-}
-
-TEST(DocumentSession, finishesALiveEditFromItsBeginning) {
-    SessionFixture fixture;
-    DocumentSession& session = *fixture.session;
-    session.beginLive();
-    session.updateLive([](DocumentState& state) { state.canvas.resolution = 5; });
-    session.commitLive("Drag", [](DocumentState state) {
-        state.canvas.resolution += 1;
-        return state;
-    });
-    EXPECT_TRUE(*session._isBusy);
-    EXPECT_FALSE(*session._isLiveEditing);
-    session.perform(add(4));
-    EXPECT_EQ(fixture.markShown(), 5) << "shown until the finish is there";
-    EXPECT_EQ(fixture.settled(), 734);
-    EXPECT_EQ(fixture.marks(), (Marks{72, 73, 734}));
-}
-
-TEST(DocumentSession, cancellingALiveEditLeavesHistoryAlone) {
-    SessionFixture fixture;
-    fixture.session->beginLive();
-    fixture.session->updateLive([](DocumentState& state) { state.canvas.resolution = 5; });
-    fixture.takeLog();
-    fixture.session->cancelLive();
-    EXPECT_EQ(fixture.takeLog(), Log{"display"});
-    EXPECT_EQ(*fixture.session->_state, fixture.session->_history->current());
 }
 
 TEST(DocumentSession, tellsItsFieldsWhenAllOfAChangeIsInPlace) {
@@ -411,114 +291,6 @@ TEST(DocumentSession, dropsStatesOnTheWorkerOnly) {
     EXPECT_EQ(fixture.store->statistics().tileCount, 1);
     fixture.executors.worker.runAll();
     EXPECT_EQ(fixture.store->statistics().tileCount, 0);
-}
-
-TEST(DocumentSession, choosesLayers) {
-    TestDocument document;
-    document.layer("A").mask();
-    const LayerID a = document.lastID();
-    document.layer("B").active();
-    const LayerID b = document.lastID();
-    SessionFixture fixture(document.state());
-    DocumentSession& session = *fixture.session;
-    session._maskTargetID = a;
-    EXPECT_EQ(session.maskTarget(), std::nullopt) << "not active";
-
-    session.setActiveLayer(a);
-    EXPECT_EQ(session._state->activeLayerID, a);
-    EXPECT_EQ(*session._selectedLayerIDs, std::set{a});
-    EXPECT_EQ(fixture.takeLog(), (Log{"display", "content"}));
-    EXPECT_EQ(session._history->count(), 1);
-    EXPECT_EQ(session.maskTarget(), a);
-
-    session._selectedLayerIDs = std::set{a, b};
-    session.setActiveLayer(b);
-    EXPECT_EQ(*session._selectedLayerIDs, (std::set{a, b})) << "inside a multi-selection";
-    EXPECT_EQ(session.maskTarget(), std::nullopt);
-    session.setActiveLayer(a);
-    EXPECT_EQ(session.maskTarget(), a) << "the old value, again";
-    session._maskTargetID = b;
-    session.setActiveLayer(b);
-    EXPECT_EQ(session.maskTarget(), std::nullopt) << "without a mask";
-
-    session.setActiveLayer(LayerID::make());
-    session.beginLive();
-    session.setActiveLayer(a);
-    EXPECT_EQ(session._state->activeLayerID, b);
-}
-
-namespace {
-
-struct FakeContext final : ToolContext {};
-
-struct FakeTool final : Tool {
-    FakeTool(ToolKind of, bool leaves) : ownKind(of), maySwitch(leaves) {}
-    ToolKind kind() const override { return ownKind; }
-    bool mayLeave(ToolContext& /*in*/) override {
-        ++asked;
-        return maySwitch;
-    }
-
-    ToolKind ownKind;
-    bool maySwitch;
-    int asked = 0;
-};
-
-} // namespace
-
-TEST(DocumentSession, switchesToolsUnlessTheActiveOneRefuses) {
-    SessionFixture fixture;
-    ToolSet tools;
-    for (const ToolKind kind : {ToolKind::brush, ToolKind::transform, ToolKind::pen})
-        tools[kind] = std::make_unique<FakeTool>(kind, true);
-    fixture.open(*fixture.session->_state, std::move(tools));
-    DocumentSession& session = *fixture.session;
-    int changes = 0;
-    session.onToolChange = [&] { ++changes; };
-    const auto context = std::make_shared<FakeContext>();
-
-    session.setTool(ToolKind::transform);
-    EXPECT_EQ(static_cast<FakeTool*>(session.tool())->asked, 0) << "no canvas to ask about";
-    session.toolContext = context;
-    session.setTool(ToolKind::pen);
-    session.setTool(ToolKind::transform);
-    EXPECT_EQ(*session._recentTools,
-              (std::vector{ToolKind::transform, ToolKind::pen, ToolKind::brush}));
-    EXPECT_EQ(session.tool()->kind(), ToolKind::transform);
-    EXPECT_EQ(changes, 3);
-
-    auto& transform = *static_cast<FakeTool*>(session.tool());
-    transform.maySwitch = false;
-    std::vector<ToolKind> told;
-    const Connection telling = session._activeTool.onChange([&](ToolKind kind) {
-        told.push_back(kind);
-        session.setTool(kind); // as a toolbar that follows does
-    });
-    session.setTool(ToolKind::pen);
-    EXPECT_EQ(told.front(), ToolKind::transform) << "put back where it was chosen";
-    EXPECT_EQ(*session._activeTool, ToolKind::transform);
-    EXPECT_EQ(transform.asked, 2);
-}
-
-TEST(DocumentSession, takesAHiddenToolWithoutRememberingIt) {
-    SessionFixture fixture;
-    int changes = 0;
-    fixture.session->onToolChange = [&] { ++changes; };
-    fixture.session->setTool(ToolKind::remove);
-    EXPECT_EQ(*fixture.session->_activeTool, ToolKind::remove);
-    EXPECT_EQ(fixture.session->tool(), nullptr);
-    EXPECT_EQ(*fixture.session->_recentTools, std::vector{ToolKind::brush});
-    EXPECT_EQ(changes, 0);
-}
-
-TEST(DocumentSession, tellsOfAnotherViewOnce) {
-    SessionFixture fixture;
-    int changes = 0;
-    fixture.session->onViewChange = [&] { ++changes; };
-    fixture.session->setViewTransform({.center = {3, 4}, .scale = 2});
-    fixture.session->setViewTransform({.center = {3, 4}, .scale = 2});
-    EXPECT_EQ(changes, 1);
-    EXPECT_EQ(fixture.session->_viewTransform->scale, 2);
 }
 
 TEST(DocumentSessionDeathTest, isUsedOnTheMainThreadOnly) {

@@ -64,6 +64,18 @@ inline EditCommand failing(bool isQueued) {
             isQueued};
 }
 
+inline DocumentSession::Transform marking(double value) {
+    return [value](DocumentState state) {
+        state.canvas.resolution = value;
+        return state;
+    };
+}
+
+/// What a session announces, and the marks in its history.
+using SessionLog = std::vector<std::string>;
+using Marks = std::vector<double>;
+inline const SessionLog committed{"change 0", "display", "content"};
+
 struct SessionFixture {
     test::TemporaryFolder folder;
     Settings settings{folder / "settings.json"};
@@ -71,7 +83,7 @@ struct SessionFixture {
     CpuDevice device;
     std::shared_ptr<TileStore> store = makeTestStore();
     History::Date now{};
-    std::vector<std::string> log;
+    SessionLog log;
     std::shared_ptr<DocumentSession> session;
 
     SessionFixture() : SessionFixture(TestDocument().layer("A").active().state()) {}
@@ -104,9 +116,9 @@ struct SessionFixture {
         executors.settle();
         return markShown();
     }
-    std::vector<std::string> takeLog() { return std::exchange(log, {}); }
-    std::vector<double> marks() const {
-        std::vector<double> all;
+    SessionLog takeLog() { return std::exchange(log, {}); }
+    Marks marks() const {
+        Marks all;
         for (const auto& entry : session->_history->entries())
             all.push_back(entry->state.canvas.resolution);
         return all;

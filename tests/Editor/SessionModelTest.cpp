@@ -301,10 +301,10 @@ private:
             endOperation();
         } else if (running() && !wasRunning) {
             queue_.front().input = state_;
-            if (random_() % 8 == 0) {
-                (*session()._runningCommand)->progress->cancel();
-                queue_.front().isCancelled = true;
-            }
+        }
+        if (running() && random_() % 32 == 0) {
+            (*session()._runningCommand)->progress->cancel();
+            queue_.front().isCancelled = true;
         }
         acceptPreview();
     }
