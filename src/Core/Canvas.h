@@ -17,6 +17,9 @@ constexpr int bitsPerChannel(BitDepth depth) {
 }
 std::string textOf(BitDepth depth); ///< "8 bits/channel"
 
+/// What a user may ask for, in pixels.
+inline constexpr std::int64_t largestCanvasSide = 300'000;
+
 struct Canvas {
     PixelSize size;
     double resolution = 72; ///< pixels per inch

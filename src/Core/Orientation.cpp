@@ -31,24 +31,6 @@ Walk walkOf(Orientation orientation, std::int64_t width, std::int64_t height) {
     return walk;
 }
 
-template <typename Pixel>
-void orientPixels(std::span<const Pixel> stored, std::int64_t width, std::int64_t height,
-                  Orientation orientation, std::span<Pixel> out) {
-    const Walk walk = walkOf(orientation, width, height);
-    for (std::int64_t top = 0; top < height; top += patch) {
-        const std::int64_t bottom = std::min(top + patch, height);
-        for (std::int64_t left = 0; left < width; left += patch) {
-            const std::int64_t right = std::min(left + patch, width);
-            for (std::int64_t y = top; y < bottom; ++y) {
-                for (std::int64_t x = left; x < right; ++x) {
-                    out[static_cast<std::size_t>(walk.origin + x * walk.column + y * walk.row)] =
-                        stored[static_cast<std::size_t>(y * tileSize + x)];
-                }
-            }
-        }
-    }
-}
-
 } // namespace
 
 Orientation Orientation::ofCode(int code) {
@@ -67,12 +49,19 @@ Orientation Orientation::ofCode(int code) {
 
 void orientBlock(std::span<const PackedPixel> stored, std::int64_t width, std::int64_t height,
                  Orientation orientation, std::span<PackedPixel> out) {
-    orientPixels(stored, width, height, orientation, out);
-}
-
-void orientBlock(std::span<const std::uint8_t> stored, std::int64_t width, std::int64_t height,
-                 Orientation orientation, std::span<std::uint8_t> out) {
-    orientPixels(stored, width, height, orientation, out);
+    const Walk walk = walkOf(orientation, width, height);
+    for (std::int64_t top = 0; top < height; top += patch) {
+        const std::int64_t bottom = std::min(top + patch, height);
+        for (std::int64_t left = 0; left < width; left += patch) {
+            const std::int64_t right = std::min(left + patch, width);
+            for (std::int64_t y = top; y < bottom; ++y) {
+                for (std::int64_t x = left; x < right; ++x) {
+                    out[static_cast<std::size_t>(walk.origin + x * walk.column + y * walk.row)] =
+                        stored[static_cast<std::size_t>(y * tileSize + x)];
+                }
+            }
+        }
+    }
 }
 
 } // namespace ombrel

@@ -69,8 +69,5 @@ using PackedPixel = std::uint64_t;
 /// the corner of `out`, a whole tile; the rest of `out` is left alone.
 void orientBlock(std::span<const PackedPixel> stored, std::int64_t width, std::int64_t height,
                  Orientation orientation, std::span<PackedPixel> out);
-/// The same for pixels of one byte.
-void orientBlock(std::span<const std::uint8_t> stored, std::int64_t width, std::int64_t height,
-                 Orientation orientation, std::span<std::uint8_t> out);
 
 } // namespace ombrel

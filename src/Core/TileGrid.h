@@ -4,7 +4,6 @@
 #pragma once
 
 #include "Core/Geometry.h"
-#include "Core/Orientation.h"
 #include "Core/Tile.h"
 #include "Core/TileGridNode.h"
 
@@ -60,7 +59,7 @@ struct TileRangeContent {
     bool operator==(const TileRangeContent&) const = default;
 };
 
-/// How `rebuilt` makes new cells of old ones; what is empty leaves them as they are.
+/// How `changed` makes new cells of old ones.
 struct TileCellChange {
     std::function<PremultipliedColor(const PremultipliedColor&)> color; ///< keeps alpha above 0
     std::function<Tile(const Tile&)> tile;
@@ -103,15 +102,15 @@ public:
     TileGrid cropped(const PixelRect& rect, TileStore& store) const;
     /// The cells of rect.tileRange(), whole, with no pixel work.
     TileGrid subgrid(const PixelRect& rect) const;
+    TileGrid subgridOfTiles(const TileRange& range) const;
     /// Every cell of the range becomes the solid, or absent without one (or with alpha 0). Costs by
     /// the border of the range.
     void assign(const TileRange& range, const std::optional<PremultipliedColor>& color);
     /// Looks no further than to where a second content is found, and at areas of one colour as a
     /// whole.
     TileRangeContent contentOf(const TileRange& range) const;
-    /// Every cell (x, y) changed and put to orientation.placeOf(x, y). Areas of one colour are
-    /// turned and changed as a whole. Turning the pixels of a stored tile is the change's matter.
-    TileGrid rebuilt(Orientation orientation, const TileCellChange& change) const;
+    /// Every cell changed where it is. Areas of one colour are changed as a whole.
+    TileGrid changed(const TileCellChange& change) const;
     /// Changes whenever a cell changes; valid within one run of the program, never stored.
     std::uint64_t fingerprint() const;
 
@@ -177,7 +176,6 @@ private:
         return roots_[static_cast<std::size_t>(quadrant.index)];
     }
 
-    TileGrid subgridOfTiles(const TileRange& range) const;
     TileGrid shiftedByTiles(std::int64_t dx, std::int64_t dy) const;
     TileGrid shiftedByPixels(std::int64_t dx, std::int64_t dy, TileStore& store) const;
 

@@ -66,21 +66,6 @@ std::expected<void, EngineError> compositeInto(TileGrid& grid, std::span<const T
                    });
 }
 
-std::expected<TileGrid, EngineError> wholeGrid(const DocumentState& state,
-                                               const CompositeProgram& program, PixelDevice& device,
-                                               TileStore& store, Progress* progress) {
-    const TileClassifier classifier(program);
-    const CompositeRun run(program, isPerceptual(state), device, store);
-    TileGrid grid(TileFormat::rgba16Float);
-    // Where only the plain base lies the picture is its cells: a shared subtree, not a walk.
-    const PixelLayer* base = classifier.plainBase();
-    if (base != nullptr) grid = base->pixels.subgrid(PixelRect::ofSize(state.canvas.size));
-    const std::vector<TileCoord> coords = classifier.coveredTiles(canvasTiles(state), base);
-    const auto result = compositeInto(grid, coords, classifier, run, store, progress);
-    if (!result) return std::unexpected(result.error());
-    return grid;
-}
-
 } // namespace
 
 std::expected<void, EngineError>
@@ -123,12 +108,28 @@ std::expected<FlatImage, EngineError> Flattener::flatten(const DocumentState& st
     return std::move(*image);
 }
 
+std::expected<TileGrid, EngineError>
+Flattener::compositeTiles(const CompositeProgram& program, bool perceptual, const TileRange& range,
+                          PixelDevice& device, TileStore& store, Progress* progress) {
+    const TileClassifier classifier(program);
+    const CompositeRun run(program, perceptual, device, store);
+    TileGrid grid(TileFormat::rgba16Float);
+    // Where only the plain base lies the picture is its cells: a shared subtree, not a walk.
+    const PixelLayer* base = classifier.plainBase();
+    if (base != nullptr) grid = base->pixels.subgridOfTiles(range);
+    const std::vector<TileCoord> coords = classifier.coveredTiles(range, base);
+    const auto result = compositeInto(grid, coords, classifier, run, store, progress);
+    if (!result) return std::unexpected(result.error());
+    return grid;
+}
+
 std::expected<TileGrid, EngineError> Flattener::compositeGrid(const DocumentState& state,
                                                               PixelDevice& device, TileStore& store,
                                                               EffectBaking* effects,
                                                               Progress* progress) {
     const DocumentState baked = bakedState(state, effects);
-    return wholeGrid(baked, baked.compositeProgram(), device, store, progress);
+    return compositeTiles(baked.compositeProgram(), isPerceptual(baked), canvasTiles(baked), device,
+                          store, progress);
 }
 
 std::expected<Flattener::Composite, EngineError>
@@ -143,7 +144,8 @@ Flattener::composite(const DocumentState& state, const Composite* previous, Pixe
         previous->perceptual == result.perceptual)
         changed = changedTiles(previous->program, result.program, result.size);
     if (!changed) {
-        auto grid = wholeGrid(baked, result.program, device, store, progress);
+        auto grid = compositeTiles(result.program, result.perceptual, canvasTiles(baked), device,
+                                   store, progress);
         if (!grid) return std::unexpected(grid.error());
         result.tiles = *std::move(grid);
         return result;

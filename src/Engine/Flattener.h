@@ -39,6 +39,11 @@ struct Flattener {
                                                               EffectBaking* effects = nullptr,
                                                               Progress* progress = nullptr);
 
+    /// What a program gives within a range of tiles, which may lie beyond any canvas.
+    static std::expected<TileGrid, EngineError>
+    compositeTiles(const CompositeProgram& program, bool perceptual, const TileRange& range,
+                   PixelDevice& device, TileStore& store, Progress* progress = nullptr);
+
     /// As compositeGrid, from a `previous` picture (or null) where that allows it: then only the
     /// tiles that differ between the two programs are computed.
     static std::expected<Composite, EngineError>

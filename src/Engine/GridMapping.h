@@ -20,8 +20,7 @@ class TileStore;
 
 struct GridMapping {
     const TileGrid* source = nullptr;
-    PixelRect target;     ///< pixels beyond it are never drawn
-    float background = 0; ///< of an r8 grid: what an absent cell reads as
+    PixelRect target; ///< pixels beyond it are never drawn
     /// The source pixels that may be read for a rectangle of targets; empty where there are none.
     /// Whatever lies within stays within for a smaller rectangle.
     std::function<PixelRect(const PixelRect&)> sourceOf;

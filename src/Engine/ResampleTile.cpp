@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <new>
 
 namespace ombrel {
@@ -84,9 +85,9 @@ std::size_t indexOf(std::int64_t row) {
 } // namespace
 
 ResampleScratch::ResampleScratch()
-    : floats_(static_cast<float*>(
-          ::operator new((sourceFloats + (2 * rowsAtOnce + 3 * 256) * targetStride) * sizeof(float),
-                         std::align_val_t{alignment}))) {}
+    : floats_(static_cast<float*>(::operator new(
+          (sourceFloats + (2 * rowsAtOnce + 1 + 3 * 256) * targetStride) * sizeof(float),
+          std::align_val_t{alignment}))) {}
 
 void ResampleScratch::Free::operator()(float* floats) const {
     ::operator delete(static_cast<void*>(floats), std::align_val_t{alignment});
@@ -122,46 +123,57 @@ private:
     /// Floats of a row of totals.
     std::size_t width() const { return isColor() ? 4 * tileSize : tileSize; }
 
+    static constexpr std::size_t lineBytes = ResampleScratch::targetStride * sizeof(float);
+
     /// Filters the rows of a band; false when there is nothing in them.
     bool filterColumns(const TapStretch& rows) {
-        const std::int64_t tileRow = rows.source >> tileShift;
-        if (tileRow != flatRow_) {
-            isFlat_ = true;
-            flatRow_ = tileRow;
-            isFiltered_ = false;
-            for (const TapStretch& columns : *taps_.columns) {
-                cells_.take(grid_, columns, tileRow);
-                isFlat_ = isFlat_ && !cells_.hasPixels();
-            }
-        } else if (isFlat_ && isFiltered_) {
-            return hasContent_;
+        if (rows.source >> tileShift != tileRow_) startTileRow(rows.source >> tileShift);
+        if (isFlat()) return hasFlatPart_;
+        const std::uint32_t lines = isColor() ? rows.length : (rows.length + 3) / 4;
+        const bool adds = hasFlatPart_ || taps_.columns->size() > 1;
+        for (std::uint32_t line = 0; line < lines && adds; ++line)
+            std::memcpy(scratch_.filtered() + line * ResampleScratch::targetStride,
+                        scratch_.flatPart(), lineBytes);
+        for (const TapStretch* columns : stored_) {
+            cells_.take(grid_, *columns, tileRow_);
+            filterStretch(*columns, rows.source, rows.length, adds, scratch_.filtered());
         }
-        isFiltered_ = true;
-        hasContent_ = false;
-        const bool isCut = taps_.columns->size() > 1;
-        if (isCut)
-            std::memset(scratch_.filtered(), 0,
-                        ResampleScratch::rowsAtOnce * ResampleScratch::targetStride *
-                            sizeof(float));
-        for (const TapStretch& columns : *taps_.columns) {
-            cells_.take(grid_, columns, tileRow);
-            if (cells_.isAbsent() && (isColor() || background_ == 0)) continue;
-            filterStretch(columns, rows, isCut);
-            hasContent_ = true;
-        }
-        if (hasContent_ && !isColor()) splitRows();
-        return hasContent_;
+        if (!isColor()) splitRows();
+        return true;
     }
 
-    void filterStretch(const TapStretch& columns, const TapStretch& rows, bool isCut) {
-        if (columns.starts.empty()) return;
+    /// Stretches without stored tiles are the same in all rows of a row of tiles: they are filtered
+    /// once for all of them.
+    void startTileRow(std::int64_t tileRow) {
+        tileRow_ = tileRow;
+        hasFlatPart_ = false;
+        stored_.clear();
+        std::memset(scratch_.flatPart(), 0, lineBytes);
+        for (const TapStretch& columns : *taps_.columns) {
+            if (columns.starts.empty()) continue;
+            cells_.take(grid_, columns, tileRow);
+            if (cells_.hasPixels()) {
+                stored_.push_back(&columns);
+            } else if (!cells_.isAbsent() || (!isColor() && background_ > 0)) {
+                filterStretch(columns, tileRow * tileSize, 1, true, scratch_.flatPart());
+                hasFlatPart_ = true;
+            }
+        }
+        if (!isFlat()) return;
+        std::memcpy(scratch_.filtered(), scratch_.flatPart(), lineBytes);
+        if (!isColor()) splitRows();
+    }
+
+    bool isFlat() const { return stored_.empty(); }
+
+    void filterStretch(const TapStretch& columns, std::int64_t y, std::uint32_t rowCount, bool adds,
+                       float* targets) {
         const std::size_t stride = (columns.length + 8) * std::size_t{4};
-        const auto rowCount = isFlat_ ? 1 : rows.length;
         const std::uint32_t lines = isColor() ? rowCount : (rowCount + 3) / 4;
         for (std::uint32_t line = 0; line < lines; ++line) {
             float* place = scratch_.source() + line * stride;
-            isColor() ? loadColors(rows.source + line, place)
-                      : loadCoverage(rows.source + 4 * line, rowCount - 4 * line, place);
+            isColor() ? loadColors(y + line, place)
+                      : loadCoverage(y + 4 * line, rowCount - 4 * line, place);
             std::memset(place + columns.length * std::size_t{4}, 0, 32 * sizeof(float));
         }
         const Kernels::ResampleTaps taps = columns.taps();
@@ -170,8 +182,8 @@ private:
                                   .rowCount = lines,
                                   .taps = &taps,
                                   .combine = combine_,
-                                  .adds = isCut,
-                                  .targets = scratch_.filtered(),
+                                  .adds = adds,
+                                  .targets = targets,
                                   .targetStride = ResampleScratch::targetStride});
     }
 
@@ -244,14 +256,14 @@ private:
             std::span<const float> weights = rows.weightsOf(i);
             if (weights.empty()) continue;
             float together = 0;
-            if (isFlat_) {
+            if (isFlat()) {
                 for (const float weight : weights)
                     together = combine_ == ResampleCombine::sum ? together + weight
                                                                 : std::max(together, weight);
                 weights = {&together, 1};
             }
             const std::size_t target = rows.firstTarget + i;
-            Kernels::resampleRow({.rows = filtered + (isFlat_ ? 0 : rows.starts[i] * width()),
+            Kernels::resampleRow({.rows = filtered + (isFlat() ? 0 : rows.starts[i] * width()),
                                   .rowStride = width(),
                                   .weights = weights,
                                   .combine = combine_,
@@ -272,12 +284,10 @@ private:
     StretchCells cells_;
     ResampleRange range_;
     std::array<bool, 256> hasRow_{};
-    // Of the row of tiles that is being read: whether it has no stored tile, and the filtered row
-    // that then stands for all of its rows.
-    bool isFlat_ = false;
-    bool isFiltered_ = false;
-    bool hasContent_ = false;
-    std::int64_t flatRow_ = std::numeric_limits<std::int64_t>::min();
+    // Of the row of tiles that is being read.
+    std::int64_t tileRow_ = std::numeric_limits<std::int64_t>::min();
+    std::vector<const TapStretch*> stored_; ///< with stored tiles
+    bool hasFlatPart_ = false;              ///< of the other ones together
 };
 
 bool TileResampler::render(const TileTaps& taps, ResampleScratch& scratch, std::byte* tile,

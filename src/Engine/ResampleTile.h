@@ -37,7 +37,8 @@ public:
     float* source() { return floats_.get(); }             ///< rows of a stretch
     float* filtered() { return source() + sourceFloats; } ///< rowsAtOnce rows of targets
     float* planar() { return filtered() + rowsAtOnce * targetStride; } ///< the same for r8
-    float* totals(std::size_t pass) { return planar() + (rowsAtOnce + 256 * pass) * targetStride; }
+    float* flatPart() { return planar() + rowsAtOnce * targetStride; } ///< one row of targets
+    float* totals(std::size_t pass) { return flatPart() + (1 + 256 * pass) * targetStride; }
 
 private:
     static constexpr std::size_t sourceFloats = rowsAtOnce * 4 * (columnsAtOnce + 16);

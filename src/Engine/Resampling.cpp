@@ -85,7 +85,6 @@ public:
     std::expected<PlacedGrid, EngineError> run(TileStore& store, WorkMeter& meter) {
         const GridMapping mapping{.source = &grid_,
                                   .target = rectOf(targetColumns_, targetRows_),
-                                  .background = background_,
                                   .sourceOf = [this](const PixelRect& target) {
                                       if (target.isEmpty()) return PixelRect{};
                                       return rectOf(columns_.sourceOf(columnsOf(target)),

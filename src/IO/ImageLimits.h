@@ -2,7 +2,7 @@
 // file that claims to be huge and the machine.
 #pragma once
 
-#include "Core/Geometry.h"
+#include "Core/Canvas.h"
 #include "IO/ImageIOError.h"
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 namespace ombrel {
 
-inline constexpr std::int64_t largestImageSide = 300'000;
+inline constexpr std::int64_t largestImageSide = largestCanvasSide;
 
 /// imageTooLarge unless both sides are 1 to largestImageSide.
 std::expected<void, ImageIOError> checkImageSize(PixelSize size);
