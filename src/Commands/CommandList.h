@@ -4,10 +4,15 @@
 
 #include "Commands/AddLayerCommands.h"
 #include "Commands/ArrangeCommands.h"
+#include "Commands/CanvasCommands.h"
+#include "Commands/ColorModeCommands.h"
 #include "Commands/DeleteLayersCommand.h"
 #include "Commands/DuplicateLayersCommand.h"
 #include "Commands/GroupCommands.h"
+#include "Commands/ImageSizeCommand.h"
 #include "Commands/LayerPropertyCommands.h"
+#include "Commands/MergeCommands.h"
+#include "Commands/RotateCommands.h"
 
 namespace ombrel {
 
@@ -31,7 +36,26 @@ using AllCommands = CommandTypes<
     SetLayerPropertiesCommand,
     SetLayersPropertiesCommand,
     SetLayersVisibilityCommand,
-    SetClippingCommand>;
+    SetClippingCommand,
+    MergeDownCommand,
+    MergeLayersCommand,
+    MergeGroupCommand,
+    MergeVisibleCommand,
+    FlattenImageCommand,
+    StampVisibleCommand,
+    CanvasSizeCommand,
+    CropCommand,
+    TrimCommand,
+    RevealAllCommand,
+    ImageSizeCommand,
+    RotateCanvasCommand,
+    FlipCanvasCommand,
+    RotateLayersCommand,
+    FlipLayersCommand,
+    AssignProfileCommand,
+    ConvertProfileCommand,
+    SetBitDepthCommand,
+    SetBlendingSpaceCommand>;
 // clang-format on
 
 } // namespace ombrel

@@ -77,6 +77,10 @@ public:
             [](LayerProperties& properties) { properties.clipsToBelow = true; });
     }
 
+    TestDocument& locked(LayerLocks locks = LayerLocks::all) {
+        return changeProperties([&](LayerProperties& properties) { properties.locks = locks; });
+    }
+
     /// A mask without cells: `background` everywhere.
     TestDocument& mask(float background = 1) {
         return changeMask(

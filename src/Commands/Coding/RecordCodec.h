@@ -153,12 +153,12 @@ decodeFields(const std::tuple<Fields...>& fields, const Json& json, Decoder& in,
     std::optional<JsonError> error = in.refuseOtherFields(json, names);
     if (error) return error;
     const auto decodeEach = [&](const auto&... each) {
-        ((error = FieldWalk::decodePresent(each, json, in, value)) || ...);
+        static_cast<void>(((error = FieldWalk::decodePresent(each, json, in, value)) || ...));
     };
     std::apply(decodeEach, fields);
     if (error || completion == Completion::allKept) return error;
     const auto fillEach = [&](const auto&... each) {
-        ((error = FieldWalk::fillAbsent(each, json, in, value)) || ...);
+        static_cast<void>(((error = FieldWalk::fillAbsent(each, json, in, value)) || ...));
     };
     std::apply(fillEach, fields);
     return error;
