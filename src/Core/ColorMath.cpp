@@ -1,6 +1,7 @@
 #include "Core/ColorMath.h"
 
 #include "Core/ToneCurve.h"
+#include "Core/TransferFunction.h"
 
 #include <algorithm>
 #include <array>
@@ -59,6 +60,13 @@ PremultipliedColor documentColorOf(const DisplayRgb& rgb, double alpha) {
         return static_cast<float>(curve.linearised(encoded) * alpha);
     };
     return {channel(rgb.red), channel(rgb.green), channel(rgb.blue), static_cast<float>(alpha)};
+}
+
+PremultipliedColor colorOfCode(std::uint32_t code) {
+    const auto component = [&](int shift) {
+        return static_cast<float>(code >> shift & 0xFF) / 255;
+    };
+    return TransferFunction::decode({component(16), component(8), component(0), 1});
 }
 
 } // namespace ombrel::ColorMath

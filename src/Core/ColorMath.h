@@ -4,6 +4,8 @@
 
 #include "Core/PremultipliedColor.h"
 
+#include <cstdint>
+
 namespace ombrel::ColorMath {
 
 /// Straight, sRGB-encoded, 0 to 1.
@@ -30,5 +32,7 @@ DisplayRgb rgbOf(const Hsb& hsb);
 
 /// What a picked colour is in a document: decoded with the sRGB curve, then premultiplied.
 PremultipliedColor documentColorOf(const DisplayRgb& rgb, double alpha = 1);
+/// Opaque, of an sRGB-encoded colour as 0xRRGGBB, decoded by TransferFunction.
+PremultipliedColor colorOfCode(std::uint32_t code);
 
 } // namespace ombrel::ColorMath

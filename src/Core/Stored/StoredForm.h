@@ -123,16 +123,17 @@ struct Form<std::vector<T>> {
 };
 
 template <typename T>
-struct Form<std::map<std::string, T>> {
-    static Json encode(const std::map<std::string, T>& values) {
+struct Form<std::map<std::string, T, std::less<>>> {
+    using Map = std::map<std::string, T, std::less<>>;
+    static Json encode(const Map& values) {
         Json json = Json::object();
         for (const auto& [key, value] : values)
             json[key] = Form<T>::encode(value);
         return json;
     }
-    static Result<std::map<std::string, T>> decode(const Json& json) {
+    static Result<Map> decode(const Json& json) {
         if (!json.is_object()) return expected("an object");
-        std::map<std::string, T> values;
+        Map values;
         for (const auto& [key, each] : json.items()) {
             Result<T> value = Form<T>::decode(each);
             if (!value) return std::unexpected(std::move(value.error()).inField(key));

@@ -73,8 +73,9 @@ std::optional<Error> decodeField(const Field<Owner, Value>& field, const Json& o
     return std::nullopt;
 }
 
+/// The form of a struct by its fields; apart from Form for types that read more than they write.
 template <HasFields T>
-struct Form<T> {
+struct RecordForm {
     static Json encode(const T& owner) {
         Json object = Json::object();
         std::apply([&](const auto&... fields) { (encodeField(fields, owner, object), ...); },
@@ -95,5 +96,8 @@ struct Form<T> {
         return owner;
     }
 };
+
+template <HasFields T>
+struct Form<T> : RecordForm<T> {};
 
 } // namespace ombrel::Stored
