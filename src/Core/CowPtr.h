@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
 namespace ombrel {
@@ -50,6 +51,32 @@ private:
     };
 
     Box* box_; ///< null only after a move
+};
+
+/// A CowPtr that may be absent: a large value that few have, in the room of two pointers.
+template <typename T>
+class CowOptional {
+public:
+    CowOptional() = default;
+    CowOptional(std::nullopt_t) {}                                // NOLINT: as std::optional
+    CowOptional(T value) : value_(CowPtr<T>(std::move(value))) {} // NOLINT: a value in a box
+    CowOptional(std::optional<T> value) {                         // NOLINT: the same, boxed
+        if (value) value_ = CowPtr<T>(std::move(*value));
+    }
+
+    bool has_value() const { return value_.has_value(); }
+    explicit operator bool() const { return value_.has_value(); }
+    const T& operator*() const { return **value_; }
+    const T* operator->() const { return value_->get(); }
+
+    /// For changing in place what is there; clones first when shared.
+    T& write() { return value_->write(); }
+    void reset() { value_.reset(); }
+
+    bool operator==(const CowOptional&) const = default;
+
+private:
+    std::optional<CowPtr<T>> value_;
 };
 
 } // namespace ombrel

@@ -41,6 +41,7 @@ struct DocumentState {
     /// Its opacity, mode and mask are never applied.
     CowPtr<GroupLayer> root = GroupLayer::named("Root");
     std::optional<LayerID> activeLayerID;
+    CowOptional<VectorPath> workPath;
     bool paintsMaskValues = false; ///< painting tools write mask values: colours are grey levels
 
     /// A new document: a filled "Background" below an empty "Layer 1", or only the latter when the

@@ -26,6 +26,13 @@ GroupLayer GroupLayer::named(std::string name) {
     return group;
 }
 
+void PixelLayer::replacePixels(TileGrid grid) {
+    pixels = std::move(grid);
+    shape.reset();
+    text.reset();
+    instance.reset();
+}
+
 const LayerMask* PixelLayer::activeMask() const {
     return enabledMask(mask);
 }

@@ -5,7 +5,11 @@
 #include "Base/Uuid.h"
 #include "Core/BlendMode.h"
 #include "Core/CowPtr.h"
+#include "Core/Effect.h"
 #include "Core/Geometry.h"
+#include "Core/InstanceContent.h"
+#include "Core/ShapeContent.h"
+#include "Core/TextContent.h"
 #include "Core/TileGrid.h"
 
 #include <cstdint>
@@ -65,14 +69,24 @@ struct LayerMask {
     bool operator==(const LayerMask&) const = default;
 };
 
+/// At most one of `shape`, `text` and `instance` is there. With one the layer is live: `pixels` is
+/// a rendering of it.
 struct PixelLayer {
     LayerID id = LayerID::make();
     LayerProperties properties;
     TileGrid pixels{TileFormat::rgba16Float};
+    CowOptional<ShapeContent> shape;
+    CowOptional<TextContent> text;
+    CowOptional<InstanceContent> instance;
     PixelOffset offset; ///< where `pixels` sits on the canvas
     std::optional<LayerMask> mask;
+    CowPtr<std::vector<Effect>> effects; ///< bottom first
 
     static PixelLayer named(std::string name); ///< new and empty
+
+    bool isLive() const { return shape || text || instance; }
+    /// The layer becomes a plain one: what was live is gone.
+    void replacePixels(TileGrid grid);
 
     const LayerMask* activeMask() const; ///< the mask when present and enabled, else null
     bool operator==(const PixelLayer&) const = default;
