@@ -1,6 +1,7 @@
 #include "Cli/DocumentDescription.h"
 
 #include "Core/ContentBounds.h"
+#include "Core/Stored/EffectForms.h"
 
 #include <fmt/format.h>
 
@@ -55,6 +56,23 @@ Json maskJson(const std::optional<LayerMask>& mask) {
     };
 }
 
+std::string_view kindOf(const PixelLayer& layer) {
+    if (layer.shape) return "shape";
+    if (layer.text) return "text";
+    return layer.instance ? "instance" : "pixel";
+}
+
+Json effectsJson(const std::vector<Effect>& effects) {
+    Json json = Json::array();
+    for (const Effect& effect : effects) {
+        json.push_back({{"kind", rawValueOf(effect.kind)},
+                        {"name", effect.name},
+                        {"visible", effect.isVisible},
+                        {"params", Stored::encode(effect.params.values)}});
+    }
+    return json;
+}
+
 struct DescribedLayers {
     Json json = Json::array();
     Bounds bounds; ///< of all of them
@@ -77,7 +95,8 @@ DescribedLayers describeLayers(const std::vector<LayerNode>& nodes) {
         };
         Bounds bounds;
         if (const PixelLayer* pixels = node.pixelLayer()) {
-            layer["kind"] = "pixel";
+            layer["kind"] = kindOf(*pixels);
+            layer["effects"] = effectsJson(*pixels->effects);
             bounds = boundsOnCanvas(pixels->pixels, pixels->offset);
         } else { // a group's pixels are those of its children
             DescribedLayers children = describeLayers(node.group()->children);
@@ -115,6 +134,8 @@ std::string layerText(const Json& layer) {
     add(layer["clipsToBelow"].get<bool>(), "clipped to the layer below");
     add(layer["locks"].get<int>() != 0, "locked");
     add(!layer["mask"].is_null(), "with a mask");
+    for (const Json& effect : layer["effects"])
+        add(true, fmt::format("effect \"{}\"", effect["name"].get_ref<const std::string&>()));
     return text;
 }
 

@@ -78,6 +78,23 @@ TEST(DocumentDescription, tellsGroupsMasksAndBoundsOnTheCanvas) {
     EXPECT_EQ(info["report"], Json({"One thing was left out."}));
 }
 
+TEST(DocumentDescription, tellsWhatLayersShowAndTheirEffects) {
+    PixelLayer layer = PixelLayer::named("Sign");
+    layer.text = TextContent{};
+    layer.effects.write().push_back(Effect::make(EffectKind::glow, 1));
+    layer.effects.write().back().params.values["radius"] = {12.0};
+    OpenedDocument document;
+    document.state.root.write().children.emplace_back(layer);
+    const Json info = describeAsJson(document);
+    const Json& described = info["nodes"][0]["layers"][0];
+    EXPECT_EQ(described["kind"], "text");
+    EXPECT_EQ(described["effects"].dump(),
+              R"([{"kind":"glow","name":"Glow","params":{"radius":{"number":{"_0":12}}},)"
+              R"("visible":true}])");
+    EXPECT_NE(textOfDescription(info).find("text \"Sign\": empty, effect \"Glow\"\n"),
+              std::string::npos);
+}
+
 TEST(DocumentDescription, asTextListsLayersFromTheTop) {
     const auto store =
         TileStore::create({memory, memory, memory}, std::filesystem::temp_directory_path());
