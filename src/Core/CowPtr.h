@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace ombrel {
 
@@ -77,6 +78,35 @@ public:
 
 private:
     std::optional<CowPtr<T>> value_;
+};
+
+/// A list that copies share until one of them is changed; an empty one costs nothing.
+template <typename T>
+class CowList {
+public:
+    CowList() = default;
+    CowList(std::vector<T> values) { // NOLINT: a value in a box
+        if (!values.empty()) values_ = std::move(values);
+    }
+
+    const std::vector<T>& operator*() const { return values_ ? *values_ : none(); }
+    const std::vector<T>* operator->() const { return &**this; }
+
+    /// For changing in place; clones first when shared.
+    std::vector<T>& write() {
+        if (!values_) values_ = std::vector<T>();
+        return values_.write();
+    }
+
+    bool operator==(const CowList& other) const { return &**this == &*other || **this == *other; }
+
+private:
+    static const std::vector<T>& none() {
+        static const std::vector<T> empty;
+        return empty;
+    }
+
+    CowOptional<std::vector<T>> values_;
 };
 
 } // namespace ombrel

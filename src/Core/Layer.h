@@ -80,7 +80,7 @@ struct PixelLayer {
     CowOptional<InstanceContent> instance;
     PixelOffset offset; ///< where `pixels` sits on the canvas
     std::optional<LayerMask> mask;
-    CowPtr<std::vector<Effect>> effects; ///< bottom first
+    CowList<Effect> effects; ///< bottom first
 
     static PixelLayer named(std::string name); ///< new and empty
 
