@@ -68,6 +68,7 @@ RealPoint Board::originNextTo(BoardNodeID source, PixelSize size) const {
                    {static_cast<double>(size.width), static_cast<double>(size.height)}};
     // From left to right, so that each step passes everything it has passed before.
     std::vector<RealRect> obstacles;
+    obstacles.reserve(nodes.size());
     for (const BoardNode& each : nodes)
         obstacles.push_back(each.frame());
     std::ranges::sort(obstacles, {}, [](const RealRect& rect) { return rect.origin.x; });

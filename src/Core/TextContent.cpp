@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace ombrel {
 
@@ -36,13 +37,22 @@ std::string_view trimmedFirstLine(std::string_view text) {
     return end == 0 ? std::string_view() : text.substr(begin, end - begin);
 }
 
+// By where they begin; of those that begin together the first in the list comes first.
+std::vector<const TextRun*> inOrder(const std::optional<std::vector<TextRun>>& runs) {
+    std::vector<const TextRun*> ordered;
+    if (!runs) return ordered;
+    ordered.reserve(runs->size());
+    for (const TextRun& run : *runs)
+        ordered.push_back(&run);
+    std::ranges::sort(ordered, {},
+                      [](const TextRun* run) { return std::pair(run->location, run); });
+    return ordered;
+}
+
 } // namespace
 
 std::vector<TextRun> TextContent::effectiveRuns() const {
     const std::int64_t length = Utf8::utf16Length(string);
-    std::vector<TextRun> sorted = runs.value_or(std::vector<TextRun>());
-    std::ranges::stable_sort(sorted, {}, &TextRun::location);
-
     std::vector<TextRun> covering;
     std::int64_t covered = 0;
     const auto add = [&](std::int64_t upTo, const TextStyle& runStyle) {
@@ -50,13 +60,13 @@ std::vector<TextRun> TextContent::effectiveRuns() const {
         covering.push_back({covered, upTo - covered, runStyle});
         covered = upTo;
     };
-    for (const TextRun& run : sorted) {
-        if (run.length <= 0 || run.location >= length) continue;
+    for (const TextRun* run : inOrder(runs)) {
+        if (run->length <= 0 || run->location >= length) continue;
         std::int64_t end = length;
-        if (__builtin_add_overflow(run.location, run.length, &end)) end = length;
+        if (__builtin_add_overflow(run->location, run->length, &end)) end = length;
         if (end <= covered) continue;
-        add(run.location, style);
-        add(std::min(end, length), run.style);
+        add(run->location, style);
+        add(std::min(end, length), run->style);
     }
     add(length, style);
     return covering;
