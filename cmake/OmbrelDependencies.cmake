@@ -19,6 +19,7 @@ ombrel_pkg(WEBP libwebp)
 ombrel_pkg(WEBPMUX libwebpmux)
 ombrel_pkg(WEBPDEMUX libwebpdemux)
 ombrel_pkg(HEIF libheif)
+ombrel_pkg(SIMDJSON simdjson)
 
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 find_path(NLOHMANN_INCLUDE_DIR nlohmann/json.hpp REQUIRED)

@@ -1,5 +1,6 @@
 #include "Base/AtomicFile.h"
 #include "Base/Settings.h"
+#include "Cli/NativeOutput.h"
 #include "Cli/RasterOutput.h"
 #include "Cli/VerbRun.h"
 #include "Cli/Verbs.h"
@@ -34,15 +35,20 @@ public:
     }
 
     std::expected<void, VerbError> run(VerbRun& run) override {
-        if (const auto checked = output_.check(); !checked) return checked;
+        const bool isNative = isNativePath(output_.path);
+        const auto checked = isNative ? checkWritable(output_.path) : output_.check();
+        if (!checked) return checked;
         const auto script = readScript();
         if (!script) return std::unexpected(script.error());
         run.progress().setText("Opening");
         auto document = readDocument(input_, run.store(), run.progress());
         if (!document) return failure(document.error().text());
-        const auto edited = edit(std::move(document->state), *script, run);
+        Board& board = document->board;
+        auto edited = edit(document->state(), *script, run);
         if (!edited) return std::unexpected(edited.error());
-        return output_.write(*edited, run.store(), run.progress());
+        if (!isNative) return output_.write(*edited, run.store(), run.progress());
+        board.writeNode(board.activeNodeID)->state = std::move(*edited);
+        return writeNative(board, output_.path, run.progress());
     }
 
 private:
@@ -82,10 +88,10 @@ private:
         const std::filesystem::path file = std::filesystem::path(script_).parent_path() / path;
         auto document = readDocument(file, run.store(), run.progress());
         if (!document) return std::unexpected(document.error().text());
-        auto pixels = Flattener::compositeGrid(document->state, device, run.store(), nullptr,
+        auto pixels = Flattener::compositeGrid(document->state(), device, run.store(), nullptr,
                                                &run.progress());
         if (!pixels) return std::unexpected(pixels.error().text());
-        return LoadedPicture{std::move(*pixels), document->state.canvas.size};
+        return LoadedPicture{std::move(*pixels), document->state().canvas.size};
     }
 
     std::string input_;

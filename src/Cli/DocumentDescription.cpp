@@ -157,20 +157,19 @@ std::string canvasText(const Json& canvas) {
 } // namespace
 
 Json describeAsJson(const OpenedDocument& document) {
-    const DocumentState& state = document.state;
-    const std::string nodeID = Uuid::make().text();
-    const Json canvas = canvasJson(state.canvas);
+    Json nodes = Json::array();
+    for (const BoardNode& node : document.board.nodes) {
+        nodes.push_back({{"id", node.id.rawValue.text()},
+                         {"name", node.name},
+                         {"origin", Json::array({node.origin.x, node.origin.y})},
+                         {"canvas", canvasJson(node.state.canvas)},
+                         {"layers", describeLayers(node.state.root->children).json}});
+    }
     return {
         {"format", document.format},
-        {"canvas", canvas},
-        {"activeNode", nodeID},
-        {"nodes", Json::array({{
-                      {"id", nodeID},
-                      {"name", "Node 1"},
-                      {"origin", Json::array({0, 0})},
-                      {"canvas", canvas},
-                      {"layers", describeLayers(state.root->children).json},
-                  }})},
+        {"canvas", canvasJson(document.state().canvas)},
+        {"activeNode", document.board.activeNodeID.rawValue.text()},
+        {"nodes", std::move(nodes)},
         {"report", document.report},
     };
 }

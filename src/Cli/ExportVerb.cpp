@@ -22,7 +22,7 @@ public:
         run.progress().setText("Opening");
         const auto document = readDocument(input_, run.store(), run.progress());
         if (!document) return std::unexpected(VerbError{.message = document.error().text()});
-        return output_.write(document->state, run.store(), run.progress());
+        return output_.write(document->state(), run.store(), run.progress());
     }
 
 private:

@@ -8,6 +8,7 @@ namespace ombrel {
 std::unique_ptr<Verb> makeCommandsVerb();
 std::unique_ptr<Verb> makeExportVerb();
 std::unique_ptr<Verb> makeInfoVerb();
+std::unique_ptr<Verb> makeConvertVerb();
 std::unique_ptr<Verb> makeApplyVerb();
 
 } // namespace ombrel

@@ -1,6 +1,7 @@
 #include "IO/DocumentReader.h"
 
 #include "IO/ImageImporter.h"
+#include "IO/Native/NativeFile.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -35,11 +36,29 @@ DocumentState stateOf(ImportedImage image, std::string name) {
     return state;
 }
 
+bool isNative(const std::filesystem::path& path) {
+    const std::unique_ptr<ByteSource> source = ByteSource::ofFile(path);
+    return source && NativeFormat::isNativeFile(*source);
+}
+
+std::expected<OpenedDocument, DocumentReadError> readNative(const std::filesystem::path& path,
+                                                            TileStore& store, Progress& progress) {
+    std::expected<Board, NativeOpenError> board = openNative(path, store, &progress);
+    if (!board) {
+        return std::unexpected(std::visit(
+            [](auto& error) { return DocumentReadError{std::move(error)}; }, board.error()));
+    }
+    return OpenedDocument{.board = std::move(*board),
+                          .format = std::string(NativeFormat::fileExtension)};
+}
+
 } // namespace
 
 bool DocumentReadError::isCancelled() const {
-    const ImageIOError* error = std::get_if<ImageIOError>(&reason);
-    return error != nullptr && error->kind == ImageIOError::Kind::cancelled;
+    if (const auto* error = std::get_if<ImageIOError>(&reason))
+        return error->kind == ImageIOError::Kind::cancelled;
+    const auto* error = std::get_if<NativeFormat::Error>(&reason);
+    return error != nullptr && error->kind == NativeFormat::Error::Kind::cancelled;
 }
 
 std::string DocumentReadError::text() const {
@@ -51,13 +70,13 @@ readDocument(const std::filesystem::path& path, TileStore& store, Progress& prog
     if (const std::optional<FileError> error = openingError(path)) {
         return std::unexpected(DocumentReadError{*error});
     }
+    if (isNative(path)) return readNative(path, store, progress);
     auto image = ImageImporter::read(path, store, &progress);
     if (!image) return std::unexpected(DocumentReadError{image.error()});
     std::string format(traitsOf(image->format).name);
     return OpenedDocument{
-        .state = stateOf(std::move(*image), path.stem().string()),
+        .board = Board(stateOf(std::move(*image), path.stem().string()), "Node 1"),
         .format = std::move(format),
-        .report = {},
     };
 }
 

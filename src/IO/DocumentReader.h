@@ -5,8 +5,9 @@
 
 #include "Base/FileError.h"
 #include "Base/Progress.h"
-#include "Core/DocumentState.h"
+#include "Core/Board.h"
 #include "IO/ImageIOError.h"
+#include "IO/Native/NativeFormat.h"
 
 #include <expected>
 #include <filesystem>
@@ -19,20 +20,23 @@ namespace ombrel {
 class TileStore;
 
 struct OpenedDocument {
-    DocumentState state;
-    std::string format;              ///< "png", "jpeg" and so on
-    std::vector<std::string> report; ///< what could not be kept, in words for the user
+    Board board;
+    std::string format = {};              ///< "ombrel", "png", "jpeg" and so on
+    std::vector<std::string> report = {}; ///< what could not be kept, in words for the user
+
+    /// What people see first.
+    const DocumentState& state() const { return board.activeNode().state; }
 };
 
 struct DocumentReadError {
-    std::variant<ImageIOError, FileError> reason;
+    std::variant<ImageIOError, NativeFormat::Error, FileError> reason;
 
     bool isCancelled() const;
     std::string text() const;
 };
 
-/// A raster file becomes one pixel layer named as the file without its extension. On failure no
-/// tile outlives the call.
+/// A native document is its board, each tile as it was stored. A raster file becomes one pixel
+/// layer named as the file without its extension. On failure no tile outlives the call.
 std::expected<OpenedDocument, DocumentReadError> readDocument(const std::filesystem::path& path,
                                                               TileStore& store, Progress& progress);
 

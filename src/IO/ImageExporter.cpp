@@ -1,9 +1,9 @@
 #include "IO/ImageExporter.h"
 
-#include "Base/AtomicFile.h"
 #include "Base/Log.h"
 #include "IO/ByteSink.h"
 #include "IO/ExportRows.h"
+#include "IO/FileSink.h"
 #include "IO/ImageCodecs.h"
 
 #include <algorithm>
@@ -15,22 +15,6 @@ namespace ombrel {
 namespace {
 
 using Outcome = std::expected<void, ImageIOError>;
-
-/// A file that is not in its place yet.
-class FileSink final : public ByteSink {
-public:
-    explicit FileSink(AtomicFile& file) : file_(file) {}
-    std::uint64_t size() const override { return file_.size(); }
-    bool writeAt(std::uint64_t offset, std::span<const std::byte> bytes) override {
-        return file_.writeAt(offset, bytes);
-    }
-    std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) override {
-        return file_.readAt(offset, out);
-    }
-
-private:
-    AtomicFile& file_;
-};
 
 bool isOffered(ImageFormat format) {
     return std::ranges::find(ImageExporter::offeredFormats(), format) !=

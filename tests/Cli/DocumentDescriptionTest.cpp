@@ -42,12 +42,12 @@ OpenedDocument nestedDocument(TileStore& store) {
     empty.properties.name = "Empty";
     empty.properties.clipsToBelow = true;
 
-    OpenedDocument document;
+    OpenedDocument document{.board = Board(DocumentState(), "Node 1")};
     document.format = "png";
     document.report = {"One thing was left out."};
-    document.state.canvas.size = {300, 400};
-    document.state.root.write().children.emplace_back(std::move(group));
-    document.state.root.write().children.emplace_back(std::move(empty));
+    document.board.nodes.front().state.canvas.size = {300, 400};
+    document.board.nodes.front().state.root.write().children.emplace_back(std::move(group));
+    document.board.nodes.front().state.root.write().children.emplace_back(std::move(empty));
     return document;
 }
 
@@ -83,8 +83,8 @@ TEST(DocumentDescription, tellsWhatLayersShowAndTheirEffects) {
     layer.text = TextContent{};
     layer.effects.write().push_back(Effect::make(EffectKind::glow, 1));
     layer.effects.write().back().params.values["radius"] = {12.0};
-    OpenedDocument document;
-    document.state.root.write().children.emplace_back(layer);
+    OpenedDocument document{.board = Board(DocumentState(), "Node 1")};
+    document.board.nodes.front().state.root.write().children.emplace_back(layer);
     const Json info = describeAsJson(document);
     const Json& described = info["nodes"][0]["layers"][0];
     EXPECT_EQ(described["kind"], "text");
