@@ -4,6 +4,7 @@
 #include "Cli/RasterOutput.h"
 #include "Cli/VerbRun.h"
 #include "Cli/Verbs.h"
+#include "Commands/ColorModeCommands.h"
 #include "Editor/ScriptRun.h"
 #include "Engine/CpuDevice.h"
 #include "Engine/Flattener.h"
@@ -80,18 +81,21 @@ private:
         return *session->_state;
     }
 
-    /// Paths count from the script's folder.
+    /// Paths count from the script's folder. The pixels come in the document's profile.
     std::expected<LoadedPicture, std::string> loadPicture(const std::string& path,
                                                           const ColorProfile& profile,
                                                           PixelDevice& device, VerbRun& run) const {
-        (void)profile;
         const std::filesystem::path file = std::filesystem::path(script_).parent_path() / path;
-        auto document = readDocument(file, run.store(), run.progress());
+        const auto document = readDocument(file, run.store(), run.progress());
         if (!document) return std::unexpected(document.error().text());
-        auto pixels = Flattener::compositeGrid(document->state(), device, run.store(), nullptr,
-                                               &run.progress());
+        DocumentState state = document->state();
+        const CommandResult converted = ConvertProfileCommand{profile}.apply(
+            state, {.store = run.store(), .device = device, .progress = &run.progress()});
+        if (!converted) return std::unexpected(converted.error().text());
+        auto pixels =
+            Flattener::compositeGrid(state, device, run.store(), nullptr, &run.progress());
         if (!pixels) return std::unexpected(pixels.error().text());
-        return LoadedPicture{std::move(*pixels), document->state().canvas.size};
+        return LoadedPicture{std::move(*pixels), state.canvas.size};
     }
 
     std::string input_;

@@ -31,6 +31,13 @@ void writeScript(const std::filesystem::path& path, std::string_view steps) {
     ASSERT_TRUE(written) << written.error().text();
 }
 
+void onOneCore() {
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    CPU_SET(sched_getcpu(), &cores);
+    sched_setaffinity(0, sizeof(cores), &cores);
+}
+
 class ApplyVerb : public testing::Test {
 protected:
     ApplyVerb() {
@@ -79,12 +86,6 @@ TEST_F(ApplyVerb, undoesAndRedoesStepsAndGivesTheSameBytesEachTime) {
               0);
     ASSERT_EQ(apply(edits + R"(,{"undo": 2})", "undone.png").exitStatus, 0);
     ASSERT_EQ(apply("", "untouched.png").exitStatus, 0);
-    const auto onOneCore = [] {
-        cpu_set_t cores;
-        CPU_ZERO(&cores);
-        CPU_SET(sched_getcpu(), &cores);
-        sched_setaffinity(0, sizeof(cores), &cores);
-    };
     ASSERT_EQ(apply(edits, "oneCore.png", onOneCore).exitStatus, 0);
     EXPECT_TRUE(isSame("redone.png", "plain.png"));
     EXPECT_TRUE(isSame("oneCore.png", "plain.png"));
@@ -120,6 +121,31 @@ TEST_F(ApplyVerb, aFailingStepNamesItselfAndWritesNothing) {
         EXPECT_EQ(contents(folder / "out.png"), "before");
     }
     EXPECT_EQ(runProgram({"apply", folder / "photo.png", folder / "script.json"}).exitStatus, 2);
+}
+
+TEST_F(ApplyVerb, aLongScriptGivesTheSameBytesOnEveryRunAndNumberOfCoresAndMemory) {
+    const std::filesystem::path photo = OMBREL_CORPUS "/raster/exif/Landscape_6.jpg";
+    const std::string input =
+        std::filesystem::exists(photo) ? photo.string() : (folder / "photo.png").string();
+    ASSERT_EQ(runProgram({"convert", input, folder / "photo.ombrel"}).exitStatus, 0);
+    std::filesystem::copy_file(OMBREL_TEST_DATA "/scripts/thirty.json", folder / "thirty.json");
+    for (const std::string output : {"png", "ombrel"}) {
+        const auto run = [&](const std::string& name, std::vector<std::string> options,
+                             const ProgramSetup& setup) {
+            std::vector<std::string> arguments{"apply", folder / "photo.ombrel",
+                                               folder / "thirty.json", "-o",
+                                               folder / (name + "." + output)};
+            arguments.insert(arguments.end(), options.begin(), options.end());
+            const ProgramResult result = runProgram(arguments, setup);
+            EXPECT_EQ(result.exitStatus, 0) << result.errors;
+        };
+        run("first", {}, {});
+        run("second", {}, {});
+        run("oneCore", {}, onOneCore);
+        run("littleMemory", {"--memory", "16"}, {});
+        for (const char* other : {"second.", "oneCore.", "littleMemory."})
+            EXPECT_TRUE(isSame("first." + output, other + output)) << other << output;
+    }
 }
 
 TEST_F(ApplyVerb, runsEveryExampleOfTheReference) {
