@@ -2,9 +2,7 @@
 
 namespace ombrel {
 
-namespace {
-
-GPUTileRef recordOf(const GPUTileSource& source) {
+GPUTileRef tileRefOf(const GPUTileSource& source) {
     GPUTileRef ref;
     if (const auto* color = std::get_if<PremultipliedColor>(&source)) {
         ref.solid = {color->red, color->green, color->blue, color->alpha};
@@ -13,8 +11,6 @@ GPUTileRef recordOf(const GPUTileSource& source) {
     }
     return ref;
 }
-
-} // namespace
 
 bool LayerSource::hasContent() const {
     for (const GPUTileSource& source : quad) {
@@ -26,8 +22,8 @@ bool LayerSource::hasContent() const {
 GPULayerInput LayerSource::record() const {
     GPULayerInput input;
     for (std::size_t i = 0; i < quad.size(); ++i) {
-        input.quad[i] = recordOf(quad[i]);
-        input.mask[i] = recordOf(mask[i]);
+        input.quad[i] = tileRefOf(quad[i]);
+        input.mask[i] = tileRefOf(mask[i]);
     }
     input.phase = phase;
     input.shifted = phase != std::array<std::int32_t, 2>{} ? 1 : 0;

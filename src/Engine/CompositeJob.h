@@ -21,6 +21,8 @@ struct NoTile {
 /// What a kernel reads in place of one tile: nothing, one colour, or a buffer of pixels.
 using GPUTileSource = std::variant<NoTile, PremultipliedColor, const std::byte*>;
 
+GPUTileRef tileRefOf(const GPUTileSource& source);
+
 /// The inputs of one program step for one output tile. The quads are in row order, beginning with
 /// the tile under the output's upper left corner; the phases are offsets within a tile, 0 to 255.
 struct LayerSource {

@@ -3,6 +3,7 @@
 #include "Base/Check.h"
 #include "Base/ParallelFor.h"
 #include "Engine/Kernels/CompositeKernel.h"
+#include "Engine/Kernels/Downsample.h"
 
 #include <atomic>
 
@@ -59,6 +60,18 @@ std::expected<void, EngineError> CpuDevice::composite(const CompositeBatch& batc
     };
     parallelFor(pool_, batch.jobs.size() * blocks, run);
     if (isCancelled) return std::unexpected(EngineError::cancelled());
+    return {};
+}
+
+std::expected<void, EngineError> CpuDevice::downsample(std::span<const DownsampleJob> jobs) {
+    parallelFor(pool_, jobs.size() * 4, [&](std::size_t item) {
+        const DownsampleJob& job = jobs[item / 4];
+        const auto quadrant = static_cast<std::uint32_t>(item % 4);
+        const GPUTileRef child = tileRefOf(job.children[quadrant]);
+        Kernels::downsampleQuadrant({.child = &child,
+                                     .quadrant = quadrant,
+                                     .output = reinterpret_cast<std::uint16_t*>(job.output)});
+    });
     return {};
 }
 

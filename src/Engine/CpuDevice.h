@@ -14,6 +14,7 @@ public:
 
     std::expected<void, EngineError> composite(const CompositeBatch& batch,
                                                const Progress* progress) override;
+    std::expected<void, EngineError> downsample(std::span<const DownsampleJob> jobs) override;
 
 private:
     ThreadPool& pool_;

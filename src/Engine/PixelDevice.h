@@ -5,9 +5,11 @@
 
 #include "Base/Progress.h"
 #include "Engine/CompositeJob.h"
+#include "Engine/DownsampleJob.h"
 #include "Engine/EngineError.h"
 
 #include <expected>
+#include <span>
 
 namespace ombrel {
 
@@ -23,6 +25,10 @@ public:
     /// Any thread; calls may overlap.
     virtual std::expected<void, EngineError> composite(const CompositeBatch& batch,
                                                        const Progress* progress) = 0;
+
+    /// Computes every job, in no set order: no job reads what another one writes. Each output
+    /// pixel is the mean of the two by two pixels of its child (Kernels/Downsample.h).
+    virtual std::expected<void, EngineError> downsample(std::span<const DownsampleJob> jobs) = 0;
 };
 
 } // namespace ombrel

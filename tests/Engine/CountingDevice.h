@@ -16,6 +16,10 @@ public:
         if (beforeBatch) beforeBatch();
         return device_.composite(batch, progress);
     }
+    std::expected<void, EngineError> downsample(std::span<const DownsampleJob> jobs) override {
+        downsampled += jobs.size();
+        return device_.downsample(jobs);
+    }
     std::size_t jobs() const {
         std::size_t sum = 0;
         for (const std::size_t batch : batches)
@@ -24,6 +28,7 @@ public:
     }
 
     std::vector<std::size_t> batches; ///< jobs of each call
+    std::size_t downsampled = 0;      ///< jobs of all calls
     std::function<void()> beforeBatch;
 
 private:
