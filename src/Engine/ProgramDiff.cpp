@@ -28,11 +28,10 @@ bool haveOneShape(const CompositeStep& before, const CompositeStep& after) {
 
 class ProgramComparison {
 public:
-    ProgramComparison(const CompositeProgram& before, const CompositeProgram& after,
-                      PixelSize canvas)
-        : before_(before), after_(after), canvas_(PixelRect::ofSize(canvas).tileRange()) {}
+    ProgramComparison(const CompositeProgram& before, const CompositeProgram& after)
+        : before_(before), after_(after) {}
 
-    std::optional<std::vector<TileCoord>> changed();
+    std::optional<ProgramChanges> changes();
 
 private:
     /// A mask's part in a step.
@@ -42,19 +41,18 @@ private:
     void compareLayers(std::size_t index);
     bool compareEnds(std::size_t index);
     void addCovered(const PixelLayer& layer);
-    void addDifference(const TileGrid& before, const TileGrid& after, PixelOffset offset);
+    void addMaskDifference(const LayerMask& before, const LayerMask& after);
     /// The tiles of all layers from the begin of the level that ends at `index`.
     bool addLevel(std::size_t index);
 
     const CompositeProgram& before_;
     const CompositeProgram& after_;
-    TileRange canvas_;
     std::vector<std::size_t> begins_; ///< of the levels open at the step in hand
     bool isTooDeep_ = false;          ///< begins were passed over, so that ends close other levels
-    std::vector<TileCoord> changed_;
+    ProgramChanges changes_;
 };
 
-std::optional<std::vector<TileCoord>> ProgramComparison::changed() {
+std::optional<ProgramChanges> ProgramComparison::changes() {
     if (before_.size() != after_.size()) return std::nullopt;
     for (std::size_t i = 0; i < before_.size(); ++i) {
         if (!haveOneShape(before_[i], after_[i])) return std::nullopt;
@@ -69,9 +67,7 @@ std::optional<std::vector<TileCoord>> ProgramComparison::changed() {
             return std::nullopt;
         }
     }
-    std::ranges::sort(changed_);
-    changed_.erase(std::ranges::unique(changed_).begin(), changed_.end());
-    return std::move(changed_);
+    return std::move(changes_);
 }
 
 ProgramComparison::MaskChange ProgramComparison::compare(const LayerMask* before,
@@ -102,9 +98,8 @@ void ProgramComparison::compareLayers(std::size_t index) {
         addCovered(after);
         return;
     }
-    addDifference(before.pixels, after.pixels, before.offset);
-    if (mask == MaskChange::pixels)
-        addDifference(maskBefore->pixels, maskAfter->pixels, maskBefore->offset);
+    changes_.differences.push_back({&before.pixels, &after.pixels, before.offset});
+    if (mask == MaskChange::pixels) addMaskDifference(*maskBefore, *maskAfter);
 }
 
 bool ProgramComparison::compareEnds(std::size_t index) {
@@ -113,8 +108,7 @@ bool ProgramComparison::compareEnds(std::size_t index) {
     const LayerMask* maskBefore = before_[index].mask();
     const LayerMask* maskAfter = after_[index].mask();
     const MaskChange mask = compare(maskBefore, maskAfter);
-    if (mask == MaskChange::pixels)
-        addDifference(maskBefore->pixels, maskAfter->pixels, maskBefore->offset);
+    if (mask == MaskChange::pixels) addMaskDifference(*maskBefore, *maskAfter);
     const bool isSame = before.opacity == after.opacity && before.blendMode == after.blendMode &&
                         mask != MaskChange::everywhere;
     const bool isKnown = isSame || addLevel(index);
@@ -133,24 +127,39 @@ bool ProgramComparison::addLevel(std::size_t index) {
 }
 
 void ProgramComparison::addCovered(const PixelLayer& layer) {
-    forEachOutput(layer.pixels, layer.offset, canvas_,
-                  [this](TileCoord coord) { changed_.push_back(coord); });
+    changes_.covers.push_back({&layer.pixels, layer.offset});
 }
 
-void ProgramComparison::addDifference(const TileGrid& before, const TileGrid& after,
-                                      PixelOffset offset) {
-    const TileShift shift = TileShift::of(offset);
-    TileGrid::diff(before, after, [&](TileCoord cell, const TileCell&, const TileCell&) {
-        for (const TileCoord output : outputsOf(cell, shift, canvas_))
-            changed_.push_back(output);
-    });
+void ProgramComparison::addMaskDifference(const LayerMask& before, const LayerMask& after) {
+    changes_.differences.push_back({&before.pixels, &after.pixels, before.offset});
 }
 
 } // namespace
 
+std::optional<ProgramChanges> programChanges(const CompositeProgram& before,
+                                             const CompositeProgram& after) {
+    return ProgramComparison(before, after).changes();
+}
+
 std::optional<std::vector<TileCoord>>
 changedTiles(const CompositeProgram& before, const CompositeProgram& after, PixelSize canvas) {
-    return ProgramComparison(before, after, canvas).changed();
+    const std::optional<ProgramChanges> changes = programChanges(before, after);
+    if (!changes) return std::nullopt;
+    const TileRange range = PixelRect::ofSize(canvas).tileRange();
+    std::vector<TileCoord> changed;
+    const auto add = [&](TileCoord coord) { changed.push_back(coord); };
+    for (const ProgramChanges::Cover& cover : changes->covers)
+        forEachOutput(*cover.pixels, cover.offset, range, add);
+    for (const ProgramChanges::Difference& difference : changes->differences) {
+        const TileShift shift = TileShift::of(difference.offset);
+        TileGrid::diff(*difference.before, *difference.after,
+                       [&](TileCoord cell, const TileCell&, const TileCell&) {
+                           std::ranges::for_each(outputsOf(cell, shift, range), add);
+                       });
+    }
+    std::ranges::sort(changed);
+    changed.erase(std::ranges::unique(changed).begin(), changed.end());
+    return changed;
 }
 
 } // namespace ombrel

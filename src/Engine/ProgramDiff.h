@@ -15,6 +15,29 @@
 
 namespace ombrel {
 
+/// How two programs of one shape differ, without naming tiles. Refers to both programs, which must
+/// outlive it.
+struct ProgramChanges {
+    struct Difference {
+        const TileGrid* before = nullptr;
+        const TileGrid* after = nullptr;
+        PixelOffset offset; ///< of both on the canvas
+    };
+    struct Cover {
+        const TileGrid* pixels = nullptr;
+        PixelOffset offset;
+    };
+
+    std::vector<Difference> differences; ///< the cells that differ changed
+    std::vector<Cover> covers;           ///< everything the grid touches changed
+
+    bool isEmpty() const { return differences.empty() && covers.empty(); }
+};
+
+/// Nothing where the shapes differ.
+std::optional<ProgramChanges> programChanges(const CompositeProgram& before,
+                                             const CompositeProgram& after);
+
 /// The changed tiles of a canvas in TileCoord order, each once; nothing where the shapes differ and
 /// everything has to be taken as changed.
 std::optional<std::vector<TileCoord>> changedTiles(const CompositeProgram& before,

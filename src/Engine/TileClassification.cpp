@@ -34,6 +34,21 @@ TileClass TileClassifier::classify(TileCoord coord) const {
     return cell.tile();
 }
 
+TileClass TileClassifier::classifyAll(const TileRange& tiles) const {
+    TileClass what = EmptyTile{};
+    for (const Entry& entry : layers_) {
+        const TileRangeContent content =
+            entry.layer->pixels.contentOf(cellsUnder(tiles, entry.shift));
+        if (content.kind == TileRangeContent::Kind::absent) continue;
+        const bool isAlone = std::holds_alternative<EmptyTile>(what);
+        if (hasGroups_ || !isAlone || !entry.isPlain ||
+            content.kind == TileRangeContent::Kind::mixed)
+            return NeedsComposite{};
+        what = content.color;
+    }
+    return what;
+}
+
 std::vector<TileCoord> TileClassifier::coveredTiles(const TileRange& range,
                                                     const PixelLayer* except) const {
     std::vector<TileCoord> coords;

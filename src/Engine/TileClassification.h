@@ -27,6 +27,8 @@ public:
     explicit TileClassifier(const CompositeProgram& program);
 
     TileClass classify(TileCoord coord) const;
+    /// The same for several tiles at once: empty, or one colour, only where all of them are.
+    TileClass classifyAll(const TileRange& tiles) const;
 
     /// Every tile within `range` that is not empty, in TileCoord order, each once. `except` leaves
     /// out tiles that only this layer touches.

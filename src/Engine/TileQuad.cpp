@@ -1,5 +1,7 @@
 #include "Engine/TileQuad.h"
 
+#include <algorithm>
+
 namespace ombrel {
 
 namespace {
@@ -42,6 +44,13 @@ TileRange outputsOf(TileCoord cell, const TileShift& shift, const TileRange& ran
     const std::int64_t x = cell.x + shift.tilesX;
     const std::int64_t y = cell.y + shift.tilesY;
     return intersectionOf({x, y, x + shift.extraX(), y + shift.extraY()}, range);
+}
+
+TileRange cellsUnder(const TileRange& outputs, const TileShift& shift) {
+    return intersectionOf({outputs.minX - shift.tilesX - shift.extraX(),
+                           outputs.minY - shift.tilesY - shift.extraY(),
+                           outputs.maxX - shift.tilesX, outputs.maxY - shift.tilesY},
+                          TileRange::everything());
 }
 
 } // namespace ombrel

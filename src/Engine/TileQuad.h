@@ -4,7 +4,6 @@
 
 #include "Core/TileGrid.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -37,18 +36,16 @@ bool touches(const TileGrid& grid, const TileShift& shift, TileCoord output);
 /// The output tiles, within `range`, that a cell touches.
 TileRange outputsOf(TileCoord cell, const TileShift& shift, const TileRange& range);
 
+/// The cells that lie under any output tile of a range.
+TileRange cellsUnder(const TileRange& outputs, const TileShift& shift);
+
 /// Calls visit(TileCoord) for every output tile within `range` that some cell of the grid touches;
 /// a tile may come more than once.
 template <typename Visit>
 void forEachOutput(const TileGrid& grid, PixelOffset offset, const TileRange& range,
                    Visit&& visit) {
     const TileShift shift = TileShift::of(offset);
-    constexpr TileRange all = TileRange::everything();
-    const TileRange cells{std::max(range.minX - shift.tilesX - shift.extraX(), all.minX),
-                          std::max(range.minY - shift.tilesY - shift.extraY(), all.minY),
-                          std::min(range.maxX - shift.tilesX, all.maxX),
-                          std::min(range.maxY - shift.tilesY, all.maxY)};
-    grid.forEachIn(cells, [&](TileCoord cell, const TileCell&) {
+    grid.forEachIn(cellsUnder(range, shift), [&](TileCoord cell, const TileCell&) {
         for (const TileCoord output : outputsOf(cell, shift, range))
             visit(output);
     });
