@@ -1,0 +1,148 @@
+#include "Engine/CompositeCache.h"
+
+#include "Base/Check.h"
+#include "Base/Log.h"
+#include "Engine/TileQuad.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ombrel {
+
+namespace {
+
+bool isOwned(const CompositeCache::Content& content) {
+    return std::holds_alternative<CompositeCache::Owned>(content);
+}
+
+} // namespace
+
+CompositeCache::CompositeCache(PixelDevice& device, TileStore& store, const Executor* actor)
+    : device_(device), store_(store), actor_(actor), levels_(1), classifier_(program_) {}
+
+void CompositeCache::checkActor() const {
+    OMBREL_CHECK(actor_ == nullptr || actor_->isCurrent(), "caches are used on the render actor");
+}
+
+void CompositeCache::update(const DocumentState& state, bool perceptual) {
+    checkActor();
+    const TimingInterval interval("Diff");
+    CompositeProgram program = state.compositeProgram();
+    if (state.canvas.size != geometry_.canvas()) {
+        drop();
+        geometry_ = PyramidGeometry(state.canvas.size);
+        levels_.resize(static_cast<std::size_t>(geometry_.levelCount()));
+    } else if (perceptual != perceptualBlend_) {
+        markEverything();
+    } else if (const auto changes = programChanges(program_, program)) {
+        mark(*changes);
+    } else {
+        markEverything();
+    }
+    program_ = std::move(program);
+    classifier_.emplace(program_);
+    perceptualBlend_ = perceptual;
+}
+
+void CompositeCache::drop() {
+    checkActor();
+    for (Level& entries : levels_)
+        Level().swap(entries);
+    ownedCount_ = 0;
+}
+
+bool CompositeCache::isReady(int level, std::span<const TileCoord> coords) const {
+    checkActor();
+    if (level > maxLevel()) return coords.empty();
+    return std::ranges::all_of(coords, [&](TileCoord coord) {
+        return !geometry_.contains(level, coord) || isValid(level, coord);
+    });
+}
+
+const CompositeCache::Entry* CompositeCache::entry(int level, TileCoord coord) const {
+    if (level < 0 || level > maxLevel()) return nullptr;
+    const Level& entries = this->level(level);
+    const auto found = entries.find(coord);
+    return found == entries.end() ? nullptr : &found->second;
+}
+
+CompositeCache::Entry* CompositeCache::find(int level, TileCoord coord) {
+    return const_cast<Entry*>(std::as_const(*this).entry(level, coord));
+}
+
+bool CompositeCache::isValid(int level, TileCoord coord) const {
+    const Entry* found = entry(level, coord);
+    return found != nullptr && isValid(*found);
+}
+
+std::size_t CompositeCache::entryCount() const {
+    std::size_t count = 0;
+    for (const Level& entries : levels_)
+        count += entries.size();
+    return count;
+}
+
+void CompositeCache::put(int level, TileCoord coord, Content content) {
+    Entry& entry = this->level(level)[coord];
+    if (isOwned(entry.content)) --ownedCount_;
+    if (isOwned(content)) ++ownedCount_;
+    entry = {std::move(content), generation_, refreshCount_};
+}
+
+void CompositeCache::mark(const ProgramChanges& changes) {
+    const std::size_t entries = entryCount();
+    if (entries == 0 || changes.isEmpty()) return;
+    // Walking more cells than there are entries costs more than asking for each entry whether one
+    // of the cells lies below it.
+    const std::size_t limit = 1000 + 4 * entries;
+    std::vector<ProgramChanges::Cover> covers = changes.covers;
+    for (const ProgramChanges::Difference& difference : changes.differences) {
+        if (markDifference(difference, limit)) continue;
+        covers.push_back({difference.before, difference.offset});
+        covers.push_back({difference.after, difference.offset});
+    }
+    markCovered(covers);
+}
+
+bool CompositeCache::markDifference(const ProgramChanges::Difference& difference,
+                                    std::size_t limit) {
+    const TileShift shift = TileShift::of(difference.offset);
+    const TileRange canvas = geometry_.tiles(0);
+    std::vector<std::optional<TileCoord>> marked(levels_.size());
+    const auto markUpwards = [&](TileCoord coord) {
+        for (std::size_t index = 0; index < levels_.size(); ++index) {
+            const TileCoord above = PyramidGeometry::ancestor(coord, static_cast<int>(index));
+            if (marked[index] == above) return; // and so are those above it
+            marked[index] = above;
+            const auto found = levels_[index].find(above);
+            if (found != levels_[index].end()) found->second.validIn = 0;
+        }
+    };
+    std::size_t cells = 0;
+    TileGrid::diff(*difference.before, *difference.after,
+                   [&](TileCoord cell, const TileCell&, const TileCell&) {
+                       std::ranges::for_each(outputsOf(cell, shift, canvas), markUpwards);
+                       return ++cells <= limit;
+                   });
+    return cells <= limit;
+}
+
+void CompositeCache::markCovered(std::span<const ProgramChanges::Cover> covers) {
+    if (covers.empty()) return;
+    const TileRange canvas = geometry_.tiles(0);
+    const auto isTouched = [&](const TileRange& tiles) {
+        return std::ranges::any_of(covers, [&](const ProgramChanges::Cover& cover) {
+            const TileRange cells = cellsUnder(tiles, TileShift::of(cover.offset));
+            return cover.pixels->contentOf(cells).kind != TileRangeContent::Kind::absent;
+        });
+    };
+    for (int index = 0; index <= maxLevel(); ++index) {
+        for (auto& [coord, entry] : level(index)) {
+            if (isValid(entry) &&
+                isTouched(intersectionOf(PyramidGeometry::base(index, coord), canvas)))
+                entry.validIn = 0;
+        }
+    }
+}
+
+} // namespace ombrel
