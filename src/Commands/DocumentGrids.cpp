@@ -8,6 +8,16 @@ namespace ombrel {
 
 namespace {
 
+/// What a live layer describes is no longer what its redrawn pixels show: it becomes a plain one.
+template <typename Visit>
+bool visitPixels(PixelLayer& layer, Visit& visit) {
+    const TileGrid before = layer.pixels;
+    DocumentGrid pixels{layer.pixels, layer.offset};
+    if (!visit(pixels)) return false;
+    if (layer.isLive() && layer.pixels != before) layer.replacePixels(layer.pixels);
+    return true;
+}
+
 /// Calls visit(DocumentGrid&) for every grid; a visit that returns false ends the walk.
 template <typename Visit>
 bool visitGrids(std::span<LayerNode> nodes, Visit& visit) {
@@ -15,9 +25,7 @@ bool visitGrids(std::span<LayerNode> nodes, Visit& visit) {
         if (node.group() != nullptr) {
             if (!visitGrids(std::span(node.writeGroup()->children), visit)) return false;
         } else {
-            PixelLayer& layer = *node.writePixelLayer();
-            DocumentGrid pixels{layer.pixels, layer.offset};
-            if (!visit(pixels)) return false;
+            if (!visitPixels(*node.writePixelLayer(), visit)) return false;
         }
         if (!node.mask()) continue;
         LayerMask& mask = *node.writeMask();

@@ -224,6 +224,22 @@ TEST_F(CanvasCommands, imageSizeScalesLayersAndMasksAlike) {
     EXPECT_EQ(same.root, document_.state().root);
 }
 
+TEST_F(CanvasCommands, aLiveLayerIsPlainFromWhenItsPixelsAreRedrawn) {
+    DocumentState live = document_.state();
+    const LayerID id = document_.id("Aside");
+    live.update(id, [](LayerNode& node) {
+        TextContent text;
+        text.string = "Words";
+        node.writePixelLayer()->text = text;
+    });
+    const auto isLive = [&](const Command& command) {
+        return run_.after(live, command).find(id)->pixelLayer()->isLive();
+    };
+    EXPECT_TRUE(isLive(CropCommand{{10, 10, 200, 100}}));
+    EXPECT_FALSE(isLive(ImageSizeCommand{PixelSize{602, 609}, std::nullopt}));
+    EXPECT_FALSE(isLive(RotateCanvasCommand{right}));
+}
+
 TEST_F(CanvasCommands, hugeCanvasesCostByWhatIsThere) {
     TestDocument document({300000, 300000}, document_.sharedStore());
     document.layer("White").filled(PremultipliedColor::white());
