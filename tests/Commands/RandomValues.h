@@ -5,6 +5,7 @@
 #include "Commands/Coding/FieldCodecs.h"
 #include "Commands/CommandList.h"
 #include "Core/TileStore.h"
+#include "support/RandomValues.h"
 #include "support/TestStore.h"
 
 #include <cmath>
@@ -151,6 +152,21 @@ private:
                 grid.set(coord, *tile);
             }
         }
+    }
+
+    ombrel::RandomValues contents() { return ombrel::RandomValues(random_()); }
+    void set(CowOptional<ShapeContent>& shape) {
+        if (oneIn(4)) shape = contents().shape();
+    }
+    void set(CowOptional<TextContent>& text) {
+        if (oneIn(4)) text = contents().textContent();
+    }
+    void set(CowOptional<InstanceContent>& instance) {
+        if (oneIn(4)) instance = contents().instance();
+    }
+    void set(CowList<Effect>& effects) {
+        for (std::uint64_t i = below(3); i > 0; --i)
+            effects.write().push_back(contents().effect());
     }
 
     std::mt19937_64 random_;

@@ -7,3 +7,4 @@
 #include "Commands/Coding/LayerCodecs.h"
 #include "Commands/Coding/RecordCodec.h"
 #include "Commands/Coding/ScalarCodecs.h"
+#include "Commands/Coding/StoredCodecs.h"

@@ -5,6 +5,7 @@
 
 #include "Commands/Coding/GeometryCodecs.h"
 #include "Commands/Coding/GridCodec.h"
+#include "Commands/Coding/StoredCodecs.h"
 #include "Core/Layer.h"
 
 #include <algorithm>
@@ -94,8 +95,14 @@ struct Record<PixelLayer> {
             field("id", &PixelLayer::id, "its identifier, a UUID").orMade(),
             embedded(&PixelLayer::properties),
             field("pixels", &PixelLayer::pixels, "empty unless given").orDefault(),
+            field("shape", &PixelLayer::shape, "what the pixels show, where that is a shape"),
+            field("text", &PixelLayer::text, "what the pixels show, where that is text"),
+            field("instance", &PixelLayer::instance,
+                  "what the pixels show, where that is another image of the document"),
             field("offset", &PixelLayer::offset, "where the pixels lie on the canvas").orDefault(),
-            field("mask", &PixelLayer::mask, "none unless given"));
+            field("mask", &PixelLayer::mask, "none unless given"),
+            field("effects", &PixelLayer::effects, "from bottom to top, none unless given")
+                .orDefault());
     }
 };
 
