@@ -3,6 +3,7 @@
 #include "Base/Check.h"
 #include "Base/ParallelFor.h"
 #include "Engine/Kernels/CompositeKernel.h"
+#include "Engine/Kernels/Decimate.h"
 #include "Engine/Kernels/Downsample.h"
 
 #include <atomic>
@@ -71,6 +72,15 @@ std::expected<void, EngineError> CpuDevice::downsample(std::span<const Downsampl
         Kernels::downsampleQuadrant({.child = &child,
                                      .quadrant = quadrant,
                                      .output = reinterpret_cast<std::uint16_t*>(job.output)});
+    });
+    return {};
+}
+
+std::expected<void, EngineError> CpuDevice::sample(std::span<const SampleJob> jobs) {
+    constexpr std::size_t blocks = tileSize / rowsOfBlock;
+    parallelFor(pool_, jobs.size() * blocks, [&](std::size_t item) {
+        const auto block = static_cast<std::uint32_t>(item % blocks);
+        Kernels::decimateRows(jobs[item / blocks], block * rowsOfBlock, rowsOfBlock);
     });
     return {};
 }

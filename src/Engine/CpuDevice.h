@@ -15,6 +15,7 @@ public:
     std::expected<void, EngineError> composite(const CompositeBatch& batch,
                                                const Progress* progress) override;
     std::expected<void, EngineError> downsample(std::span<const DownsampleJob> jobs) override;
+    std::expected<void, EngineError> sample(std::span<const SampleJob> jobs) override;
 
 private:
     ThreadPool& pool_;

@@ -7,6 +7,7 @@
 #include "Engine/CompositeJob.h"
 #include "Engine/DownsampleJob.h"
 #include "Engine/EngineError.h"
+#include "Engine/SampleJob.h"
 
 #include <expected>
 #include <span>
@@ -29,6 +30,9 @@ public:
     /// Computes every job, in no set order: no job reads what another one writes. Each output
     /// pixel is the mean of the two by two pixels of its child (Kernels/Downsample.h).
     virtual std::expected<void, EngineError> downsample(std::span<const DownsampleJob> jobs) = 0;
+
+    /// Copies single pixels out of many tiles (Kernels/Decimate.h).
+    virtual std::expected<void, EngineError> sample(std::span<const SampleJob> jobs) = 0;
 };
 
 } // namespace ombrel

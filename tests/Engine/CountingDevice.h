@@ -20,6 +20,9 @@ public:
         downsampled += jobs.size();
         return device_.downsample(jobs);
     }
+    std::expected<void, EngineError> sample(std::span<const SampleJob> jobs) override {
+        return device_.sample(jobs);
+    }
     std::size_t jobs() const {
         std::size_t sum = 0;
         for (const std::size_t batch : batches)
