@@ -25,12 +25,15 @@ void CompositeCache::checkActor() const {
 }
 
 void CompositeCache::update(const DocumentState& state, bool perceptual) {
+    update(state.compositeProgram(), state.canvas.size, perceptual);
+}
+
+void CompositeCache::update(CompositeProgram program, PixelSize canvas, bool perceptual) {
     checkActor();
     const TimingInterval interval("Diff");
-    CompositeProgram program = state.compositeProgram();
-    if (state.canvas.size != geometry_.canvas()) {
+    if (canvas != geometry_.canvas()) {
         drop();
-        geometry_ = PyramidGeometry(state.canvas.size);
+        geometry_ = PyramidGeometry(canvas);
         levels_.resize(static_cast<std::size_t>(geometry_.levelCount()));
     } else if (perceptual != perceptualBlend_) {
         markEverything();

@@ -57,6 +57,8 @@ public:
     /// Takes a new state and finds what changed. Costs by the change, or by the entries there are,
     /// whichever is less.
     void update(const DocumentState& state, bool perceptual);
+    /// The same for a program that was compiled already.
+    void update(CompositeProgram program, PixelSize canvas, bool perceptual);
 
     /// Makes tiles of a level valid, the first ones first. Coordinates outside are ignored. True
     /// when all of them are valid, false when the budget was spent before.
@@ -87,6 +89,8 @@ public:
         return static_cast<std::int64_t>(ownedCount_ * bytesPerTile(TileFormat::rgba16Float));
     }
     std::size_t entryCount() const;
+    /// What compositing a tile of this program took lately.
+    double secondsOfTile() const { return compositeSeconds_; }
 
 private:
     class Refresh;

@@ -4,11 +4,13 @@
 #include "Base/Log.h"
 #include "Base/ThreadAnnotations.h"
 #include "Engine/FrameTiles.h"
+#include "Engine/PreviewCache.h"
 #include "Engine/ViewGeometry.h"
 
 #include <algorithm>
 #include <cmath>
 #include <unistd.h>
+#include <unordered_set>
 
 namespace ombrel {
 
@@ -19,6 +21,8 @@ using Clock = CompositeCache::Clock;
 constexpr int mostFramesInFlight = 2; ///< besides the one that is being drawn
 constexpr int framesBetweenPrunes = 30;
 constexpr std::size_t hiddenSlots = 8;
+constexpr int coarserLevels = 3;   ///< more, and a stand-in says little
+constexpr int coarsestPreview = 6; ///< a sampled tile has 64 x 64 tiles of each layer below it
 
 bool intersects(const RealRect& a, const RealRect& b) {
     return a.origin.x < b.origin.x + b.size.width && b.origin.x < a.origin.x + a.size.width &&
@@ -49,13 +53,37 @@ std::vector<TileCoord> tilesFromMiddle(const PyramidGeometry& geometry, int leve
     return coords;
 }
 
+/// Whether a coarser tile that is up to date lies over it, not much coarser.
+bool hasValidAbove(const CompositeCache& cache, int level, TileCoord coord) {
+    for (int above = 1; above <= coarserLevels; ++above) {
+        if (cache.isValid(level + above, PyramidGeometry::ancestor(coord, above))) return true;
+    }
+    return false;
+}
+
+/// Each once, in the order of the first that has it.
+std::vector<TileCoord> ancestorsOf(std::span<const TileCoord> coords, int levels) {
+    std::vector<TileCoord> ancestors;
+    std::unordered_set<TileCoord> seen;
+    for (const TileCoord coord : coords) {
+        const TileCoord above = PyramidGeometry::ancestor(coord, levels);
+        if (seen.insert(above).second) ancestors.push_back(above);
+    }
+    return ancestors;
+}
+
 } // namespace
 
 struct DocumentRenderer::Slot {
     Slot(PixelDevice& device, TileStore& store, const Executor* actor)
         : cache(device, store, actor) {}
 
+    std::int64_t ownedBytes() const {
+        return cache.ownedBytes() + (preview ? preview->ownedBytes() : 0);
+    }
+
     CompositeCache cache;
+    std::unique_ptr<PreviewCache> preview; ///< null until it is needed
     std::unique_ptr<EffectBaking> effects; ///< may be null
     int lastFrame = 0;                     ///< that used it
 };
@@ -210,6 +238,7 @@ std::expected<void, EngineError> DocumentRenderer::addNode(Slot& slot, const Doc
     const std::vector<TileCoord> coords =
         tilesFromMiddle(cache.geometry(), node.level, work.view, node.bounds.origin);
     if (refreshes && work.tilesLeft > 0 && !cache.isReady(node.level, coords)) {
+        if (auto shown = preview(slot, node.level, coords, work); !shown) return shown;
         const auto result = cache.refresh(node.level, coords,
                                           {.deadline = work.deadline,
                                            .tiles = work.tilesLeft,
@@ -222,15 +251,51 @@ std::expected<void, EngineError> DocumentRenderer::addNode(Slot& slot, const Doc
     }
     if (work.frame.nodes.empty()) statistics.level = node.level;
     statistics.visibleTiles += static_cast<int>(coords.size());
-    FrameTiles(cache, work.deadline).add(node.level, coords, node);
+    FrameTiles(cache, slot.preview.get(), work.deadline).add(node.level, coords, node);
     work.frame.nodes.push_back(std::move(node));
+    return {};
+}
+
+std::expected<void, EngineError> DocumentRenderer::preview(Slot& slot, int level,
+                                                           std::span<const TileCoord> coords,
+                                                           const Work& work) {
+    const CompositeCache& cache = slot.cache;
+    const bool isOneLayer = cache.program().size() < 2; // mostly shown as it stands
+    if (!work.deadline || isOneLayer) return {};
+    std::vector<TileCoord> missing;
+    double exactTiles = 0;
+    for (const TileCoord coord : coords) {
+        if (cache.isValid(level, coord)) continue;
+        exactTiles += std::exp2(2 * level);
+        if (!hasValidAbove(cache, level, coord)) missing.push_back(coord);
+    }
+    const double frameSeconds = std::chrono::duration<double>(*options_.frameTime).count();
+    if (missing.empty() || exactTiles * cache.secondsOfTile() <= frameSeconds) return {};
+    // The finest level of which a frame can composite all that is missing; the one there is, if it
+    // nearly does, because its samples are taken already.
+    const int last = std::min({level + coarserLevels, coarsestPreview, cache.maxLevel()});
+    int chosen = level;
+    const auto seconds = [&](int at) {
+        return static_cast<double>(ancestorsOf(missing, at - level).size()) * cache.secondsOfTile();
+    };
+    while (chosen < last && seconds(chosen) > frameSeconds)
+        ++chosen;
+    if (chosen > last) return {};
+    if (!slot.preview) slot.preview = std::make_unique<PreviewCache>(device_, store_, actor_);
+    const int present = slot.preview->level();
+    if (present >= std::max(level, 1) && present <= last && seconds(present) <= 2 * frameSeconds)
+        chosen = present;
+    slot.preview->update(cache.program(), cache.canvasSize(), cache.perceptualBlend(), chosen);
+    const auto result = slot.preview->refresh(ancestorsOf(missing, chosen - level), *work.deadline,
+                                              options_.cacheBytes);
+    if (!result) return std::unexpected(result.error());
     return {};
 }
 
 std::int64_t DocumentRenderer::ownedBytes() const {
     std::int64_t bytes = 0;
     for (const auto& [key, slot] : slots_)
-        bytes += slot->cache.ownedBytes();
+        bytes += slot->ownedBytes();
     return bytes;
 }
 
@@ -240,13 +305,13 @@ void DocumentRenderer::prune() {
     for (auto it = slots_.begin(); it != slots_.end(); ++it) {
         if (it->second->lastFrame == frame_) continue;
         hidden.push_back(it);
-        total += it->second->cache.ownedBytes();
+        total += it->second->ownedBytes();
     }
     std::ranges::sort(hidden, {}, [](const auto& it) { return it->second->lastFrame; });
     std::size_t count = hidden.size();
     for (const auto& it : hidden) {
         if (count <= hiddenSlots && total <= options_.cacheBytes) break;
-        total -= it->second->cache.ownedBytes();
+        total -= it->second->ownedBytes();
         --count;
         slots_.erase(it);
     }

@@ -3,8 +3,8 @@
 // result as a Frame. Knows no window and no toolkit.
 //
 // It never waits for the picture to be complete: within the time of a frame the tiles nearest to
-// the middle are done first, and the rest shows the best there is, until later frames have caught
-// up. All calls come from the render actor; frames may go anywhere.
+// the middle are done first, and the rest shows the best there is, a preview if need be, until
+// later frames have caught up. All calls come from the render actor; frames may go anywhere.
 #pragma once
 
 #include "Base/Executor.h"
@@ -19,6 +19,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <vector>
 
 namespace ombrel {
@@ -68,6 +69,9 @@ private:
     std::expected<void, EngineError> drawNode(const BoardSceneNode& node, Work& work);
     std::expected<void, EngineError> addNode(Slot& slot, const DocumentState& state, FrameNode node,
                                              bool refreshes, Work& work);
+    /// Where the exact picture is out of reach of this frame: a preview of what is not there.
+    std::expected<void, EngineError> preview(Slot& slot, int level,
+                                             std::span<const TileCoord> coords, const Work& work);
     std::int64_t ownedBytes() const;
     /// Lets go of the coldest caches that this frame did not use, above the budget.
     void prune();

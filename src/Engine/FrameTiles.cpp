@@ -49,18 +49,30 @@ bool FrameTiles::hasFiner(const Place& place, int depth) const {
 }
 
 void FrameTiles::coverByStandIn(const Place& place) {
-    if (coverByCoarser(place, true) || coverByCoarser(place, false)) return;
+    const int sharper = preview_ == nullptr ? cache_.maxLevel() : preview_->level();
+    if (coverByCoarser(place, sharper, true) || coverByPreview(place) ||
+        coverByCoarser(place, cache_.maxLevel(), true) ||
+        coverByCoarser(place, cache_.maxLevel(), false))
+        return;
     coverByOldFiner(place, 0);
 }
 
-bool FrameTiles::coverByCoarser(const Place& place, bool wantsValid) {
-    for (int level = place.level; level <= cache_.maxLevel(); ++level) {
+bool FrameTiles::coverByCoarser(const Place& place, int lastLevel, bool wantsValid) {
+    for (int level = place.level; level <= lastLevel; ++level) {
         const Place from{level, PyramidGeometry::ancestor(place.coord, level - place.level)};
         const CompositeCache::Entry* entry = cache_.entry(from.level, from.coord);
         if (entry != nullptr && cache_.isValid(*entry) == wantsValid && put(place, from, false))
             return true;
     }
     return false;
+}
+
+bool FrameTiles::coverByPreview(const Place& place) {
+    if (preview_ == nullptr || preview_->level() < place.level) return false;
+    const int levels = preview_->level() - place.level;
+    const Place from{preview_->level(), PyramidGeometry::ancestor(place.coord, levels)};
+    const CompositeCache::Content* content = preview_->content(from.coord);
+    return content != nullptr && put(place, from, *content, false);
 }
 
 void FrameTiles::coverByOldFiner(const Place& place, int depth) {
@@ -104,7 +116,11 @@ std::optional<FramePixels> FrameTiles::pixelsOf(const Tile& tile) const {
 }
 
 bool FrameTiles::put(const Place& place, const Place& from, bool isCurrent) {
-    const CompositeCache::Content& content = cache_.entry(from.level, from.coord)->content;
+    return put(place, from, cache_.entry(from.level, from.coord)->content, isCurrent);
+}
+
+bool FrameTiles::put(const Place& place, const Place& from, const CompositeCache::Content& content,
+                     bool isCurrent) {
     if (std::holds_alternative<EmptyTile>(content)) return true;
     FrameTile tile{.source = PremultipliedColor{}, .level = from.level, .isCurrent = isCurrent};
     if (const auto* color = std::get_if<PremultipliedColor>(&content)) {

@@ -1,0 +1,81 @@
+// A fast look at a document from far away, for while the exact picture is not ready: layers are
+// sampled at every 2^level-th pixel, and the samples are composited. Compositing works pixel by
+// pixel, so what is shown is exact at those pixels (up to the noise of dissolve); only the pixels
+// between them are left out. Samples are kept as tiles of the store: a drag of an opacity costs
+// compositing the samples, a look from far away at a huge document a fraction of its pixels.
+// All calls come from the render actor.
+#pragma once
+
+#include "Engine/CompositeCache.h"
+
+#include <map>
+#include <optional>
+#include <span>
+#include <unordered_set>
+#include <vector>
+
+namespace ombrel {
+
+class PreviewCache {
+public:
+    using Clock = CompositeCache::Clock;
+
+    PreviewCache(PixelDevice& device, TileStore& store, const Executor* actor)
+        : device_(device), store_(store), cache_(device, store, actor) {}
+
+    /// Takes a compiled program; samples that did not change are kept while the level stays.
+    void update(const CompositeProgram& program, PixelSize canvas, bool perceptual, int level);
+    /// Samples and composites tiles of the level, the first ones first, until the deadline; at
+    /// least one each time. True when all are done.
+    std::expected<bool, EngineError> refresh(std::span<const TileCoord> coords,
+                                             Clock::time_point deadline, std::int64_t ownedBytes);
+    void drop();
+
+    int level() const { return level_; }
+    /// The content of a tile of the level; null where there is none that is up to date.
+    const CompositeCache::Content* content(TileCoord coord) const;
+    std::int64_t ownedBytes() const { return cache_.ownedBytes(); }
+
+private:
+    /// The samples of one grid of a program.
+    struct Samples {
+        explicit Samples(const TileGrid& grid) : source(grid), pixels(grid.format()) {}
+
+        TileGrid source;
+        PixelOffset offset;
+        float background = 0;
+        TileGrid pixels;
+        std::unordered_set<TileCoord> taken; ///< tiles of the level for which `pixels` is right
+        bool isUsed = true;
+    };
+    /// A layer's pixels (0) or mask (1) by its identity, or an end's mask (2) by its place.
+    struct Key {
+        LayerID layer;
+        std::size_t place = 0;
+        int part = 0;
+
+        auto operator<=>(const Key&) const = default;
+    };
+
+    void use(const Key& key, const TileGrid& grid, PixelOffset offset, float background);
+    /// The program with samples in place of pixels, masks and offsets.
+    CompositeProgram reduced() const;
+    void reduceMask(LayerMask& mask, const Key& key) const;
+    bool isTaken(TileCoord coord) const;
+    /// The samples of a tile; false where tiles are not in memory and time is up.
+    bool take(TileCoord coord, Clock::time_point deadline, bool mayBeLate);
+    std::optional<SampleJob> jobOf(const Samples& samples, TileCoord coord,
+                                   std::vector<Tile>& tiles) const;
+    TileRange cellsBelow(const Samples& samples, TileCoord coord) const;
+
+    PixelDevice& device_;
+    TileStore& store_;
+    CompositeCache cache_;
+    int level_ = 0;
+    PixelSize canvas_; ///< of the samples
+    bool perceptual_ = true;
+    CompositeProgram program_;
+    std::map<Key, Samples> samples_;
+};
+
+} // namespace ombrel
