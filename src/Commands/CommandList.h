@@ -12,6 +12,7 @@
 #include "Commands/ImageSizeCommand.h"
 #include "Commands/LayerPropertyCommands.h"
 #include "Commands/MergeCommands.h"
+#include "Commands/RasterizeLayersCommand.h"
 #include "Commands/RotateCommands.h"
 
 namespace ombrel {
@@ -43,6 +44,7 @@ using AllCommands = CommandTypes<
     MergeVisibleCommand,
     FlattenImageCommand,
     StampVisibleCommand,
+    RasterizeLayersCommand,
     CanvasSizeCommand,
     CropCommand,
     TrimCommand,

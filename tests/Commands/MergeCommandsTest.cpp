@@ -1,6 +1,7 @@
 #include "Commands/MergeCommands.h"
 
 #include "Commands/CommandRun.h"
+#include "Commands/RasterizeLayersCommand.h"
 
 namespace ombrel {
 namespace {
@@ -168,6 +169,24 @@ TEST_F(MergeCommands, flatteningLaysThePictureOnWhiteAndCutsItAtTheCanvas) {
         }
     }
     EXPECT_EQ(run_.distance(flat, run_.after(flat, command)), 0);
+}
+
+TEST_F(MergeCommands, rasterizingKeepsThePixelsOfLiveLayersAndRefusesOthers) {
+    document_.layer("Plain")
+        .painted(part, mottled(1))
+        .group("G")
+        .layer("Text")
+        .painted(part, mottled(2));
+    document_.end();
+    DocumentState live = document_.state();
+    live.update(id("Text"), [](LayerNode& node) { node.writePixelLayer()->text = TextContent(); });
+    const DocumentState plain = run_.after(live, RasterizeLayersCommand{{id("Plain"), id("G")}});
+    EXPECT_FALSE(plain.find(id("Text"))->pixelLayer()->isLive());
+    EXPECT_EQ(plain.find(id("Text"))->pixelLayer()->pixels,
+              live.find(id("Text"))->pixelLayer()->pixels);
+    EXPECT_EQ(run_.refusal(live, RasterizeLayersCommand{{id("Plain")}}),
+              "The layer isn't a shape or type layer.");
+    EXPECT_EQ(run_.refusal(live, RasterizeLayersCommand{{}}), "The layer no longer exists.");
 }
 
 } // namespace ombrel
