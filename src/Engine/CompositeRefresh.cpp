@@ -146,7 +146,8 @@ void CompositeCache::Refresh::composite() {
 
 void CompositeCache::Refresh::downsample() {
     const Clock::time_point begin = Clock::now();
-    std::ranges::stable_sort(parents_, {}, &Parent::level);
+    std::ranges::sort(parents_, {},
+                      [](const Parent& parent) { return std::tie(parent.level, parent.coord); });
     for (auto from = parents_.begin(); from != parents_.end() && !error_;) {
         const auto to = std::ranges::find_if(
             from, parents_.end(), [&](int level) { return level != from->level; }, &Parent::level);

@@ -34,6 +34,18 @@ RealRect boundsOf(const DocumentState& state, RealPoint origin) {
     return {origin, {static_cast<double>(size.width), static_cast<double>(size.height)}};
 }
 
+/// A frame without nodes.
+Frame groundOf(const Viewport& viewport) {
+    Frame frame;
+    frame.pixelSize = screenSize(viewport);
+    frame.boardToPixels = boardToScreen(viewport);
+    frame.pasteboard = linearColor(viewport.pasteboard);
+    frame.dots = viewport.board.dots;
+    frame.drawsCheckerboard = viewport.checkerboard;
+    frame.isSmooth = screenScale(viewport) < 1;
+    return frame;
+}
+
 /// Visible tiles of a node, those nearest to the middle of the view first.
 std::vector<TileCoord> tilesFromMiddle(const PyramidGeometry& geometry, int level,
                                        const RealRect& view, RealPoint origin) {
@@ -45,10 +57,10 @@ std::vector<TileCoord> tilesFromMiddle(const PyramidGeometry& geometry, int leve
     const double middleX = (left + view.size.width / 2) / side - 0.5;
     const double middleY = (top + view.size.height / 2) / side - 0.5;
     std::vector<TileCoord> coords(range.begin(), range.end());
-    std::ranges::stable_sort(coords, {}, [&](TileCoord coord) {
+    std::ranges::sort(coords, {}, [&](TileCoord coord) {
         const double x = coord.x - middleX;
         const double y = coord.y - middleY;
-        return x * x + y * y;
+        return std::pair(x * x + y * y, coord);
     });
     return coords;
 }
@@ -156,18 +168,12 @@ DocumentRenderer::draw(const Viewport& viewport, const DocumentState& state) {
     const Clock::time_point begin = Clock::now();
     Work work{.viewport = viewport,
               .view = visibleRect(viewport),
-              .frame = {},
+              .frame = groundOf(viewport),
               .deadline = {},
               .tilesLeft = options_.tilesOfFrame};
     if (options_.frameTime) work.deadline = begin + *options_.frameTime;
     Frame& frame = work.frame;
     frame.number = ++frame_;
-    frame.pixelSize = screenSize(viewport);
-    frame.boardToPixels = boardToScreen(viewport);
-    frame.pasteboard = linearColor(viewport.pasteboard);
-    frame.dots = viewport.board.dots;
-    frame.drawsCheckerboard = viewport.checkerboard;
-    frame.isSmooth = screenScale(viewport) < 1;
     if (auto result = drawMain(state, work); !result) return std::unexpected(result.error());
     for (const BoardSceneNode& node : viewport.board.nodes) {
         if (node.id == viewport.board.activeNode) continue;

@@ -144,16 +144,14 @@ std::optional<SampleJob> PreviewCache::jobOf(const Samples& samples, TileCoord c
 }
 
 bool PreviewCache::take(TileCoord coord, Clock::time_point deadline, bool mayBeLate) {
-    std::vector<Samples*> owners;
-    std::vector<SampleJob> jobs;
+    std::vector<PendingSample> pending;
     std::vector<Tile> tiles;
     for (auto& [key, samples] : samples_) {
         if (samples.taken.contains(coord)) continue;
         const TileRangeContent content = samples.source.contentOf(cellsBelow(samples, coord));
         if (content.kind == TileRangeContent::Kind::mixed) {
             if (auto job = jobOf(samples, coord, tiles)) {
-                jobs.push_back(*std::move(job));
-                owners.push_back(&samples);
+                pending.push_back({&samples, *std::move(job)});
                 continue;
             }
         } else if (content.kind == TileRangeContent::Kind::solid) {
@@ -161,6 +159,15 @@ bool PreviewCache::take(TileCoord coord, Clock::time_point deadline, bool mayBeL
         }
         samples.taken.insert(coord);
     }
+    if (!pageIn(tiles, deadline, mayBeLate)) return false;
+    for (std::size_t from = 0; from < pending.size(); from += jobsAtOnce) {
+        const std::size_t count = std::min(jobsAtOnce, pending.size() - from);
+        if (!run(std::span(pending).subspan(from, count), tiles, coord)) return false;
+    }
+    return true;
+}
+
+bool PreviewCache::pageIn(std::span<const Tile> tiles, Clock::time_point deadline, bool mayBeLate) {
     std::vector<Tile> cold;
     for (std::size_t i = 0; i <= tiles.size(); ++i) {
         const bool isEnd = i == tiles.size();
@@ -171,32 +178,36 @@ bool PreviewCache::take(TileCoord coord, Clock::time_point deadline, bool mayBeL
         cold.clear();
         mayBeLate = false;
     }
-    for (std::size_t from = 0; from < jobs.size(); from += jobsAtOnce) {
-        const auto batch = std::span(jobs).subspan(from, std::min(jobsAtOnce, jobs.size() - from));
-        ResourceTracker tracker;
-        std::vector<TileBuffer> buffers;
-        for (SampleJob& job : batch) {
-            buffers.push_back(store_.acquireBuffer(job.format));
-            job.output = buffers.back().bytes();
-            for (GPUTileRef& ref : job.cells) {
-                if (ref.reserved == 0) continue;
-                ref.pixels = reinterpret_cast<std::uintptr_t>(tracker.pin(tiles[ref.reserved - 1]));
-                ref.reserved = 0;
-            }
-        }
-        const bool isDone = device_.sample(batch).has_value();
-        for (std::size_t i = 0; i < batch.size(); ++i) {
-            if (!isDone) {
-                store_.recycleBuffer(std::move(buffers[i]));
-                continue;
-            }
-            Samples& samples = *owners[from + i];
-            samples.pixels.set(coord, store_.makeTile(std::move(buffers[i])));
-            samples.taken.insert(coord);
-        }
-        if (!isDone) return false;
-    }
     return true;
+}
+
+bool PreviewCache::run(std::span<PendingSample> pending, std::span<const Tile> tiles,
+                       TileCoord coord) {
+    ResourceTracker tracker;
+    std::vector<TileBuffer> buffers;
+    std::vector<SampleJob> jobs;
+    for (PendingSample& sample : pending) {
+        SampleJob& job = sample.job;
+        buffers.push_back(store_.acquireBuffer(job.format));
+        job.output = buffers.back().bytes();
+        for (GPUTileRef& ref : job.cells) {
+            if (ref.reserved == 0) continue;
+            ref.pixels = reinterpret_cast<std::uintptr_t>(tracker.pin(tiles[ref.reserved - 1]));
+            ref.reserved = 0;
+        }
+        jobs.push_back(std::move(job));
+    }
+    const bool isDone = device_.sample(jobs).has_value();
+    for (std::size_t i = 0; i < pending.size(); ++i) {
+        if (!isDone) {
+            store_.recycleBuffer(std::move(buffers[i]));
+            continue;
+        }
+        Samples& samples = *pending[i].samples;
+        samples.pixels.set(coord, store_.makeTile(std::move(buffers[i])));
+        samples.taken.insert(coord);
+    }
+    return isDone;
 }
 
 std::expected<bool, EngineError> PreviewCache::refresh(std::span<const TileCoord> coords,

@@ -48,6 +48,10 @@ private:
         std::unordered_set<TileCoord> taken; ///< tiles of the level for which `pixels` is right
         bool isUsed = true;
     };
+    struct PendingSample {
+        Samples* samples = nullptr;
+        SampleJob job;
+    };
     /// A layer's pixels (0) or mask (1) by its identity, or an end's mask (2) by its place.
     struct Key {
         LayerID layer;
@@ -64,6 +68,11 @@ private:
     bool isTaken(TileCoord coord) const;
     /// The samples of a tile; false where tiles are not in memory and time is up.
     bool take(TileCoord coord, Clock::time_point deadline, bool mayBeLate);
+    /// False where tiles are left out because time is up; some are always brought in if
+    /// `mayBeLate`.
+    static bool pageIn(std::span<const Tile> tiles, Clock::time_point deadline, bool mayBeLate);
+    bool run(std::span<PendingSample> pending, std::span<const Tile> tiles, TileCoord coord);
+    /// `reserved` of a cell holds the number of its tile among `tiles`, counted from 1.
     std::optional<SampleJob> jobOf(const Samples& samples, TileCoord coord,
                                    std::vector<Tile>& tiles) const;
     TileRange cellsBelow(const Samples& samples, TileCoord coord) const;
