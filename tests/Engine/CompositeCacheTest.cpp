@@ -153,7 +153,9 @@ TEST(DownsampleKernel, isTheMeanOfTwoByTwoPixelsOnEveryTarget) {
     }
 }
 
-TEST_F(CompositeCacheTest, equalsAFreshPyramidAfterAnyEdits) {
+using PyramidModel = CompositeCacheTest;
+
+TEST_F(PyramidModel, equalsAFreshPyramidAfterAnyEdits) {
     for (std::uint64_t round = 0; round < 4; ++round) {
         RandomDocument document(seed + round, *store, {1100, 700});
         PixelMaker& maker = document.maker();
