@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <string>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -38,9 +39,19 @@ std::filesystem::path folderOf(const std::filesystem::path& path) {
     return folder.empty() ? std::filesystem::path(".") : folder;
 }
 
+constexpr std::string_view hiddenStart = ".ombrel-";
+constexpr std::string_view hiddenEnd = ".tmp";
+
 /// Of a length of its own: the target's name may already be as long as names can be.
 std::filesystem::path hiddenNameIn(const std::filesystem::path& folder) {
-    return folder / (".ombrel-" + Uuid::make().text() + ".tmp");
+    return folder / (std::string(hiddenStart) + Uuid::make().text() + std::string(hiddenEnd));
+}
+
+bool isHiddenName(std::string_view name) {
+    if (!name.starts_with(hiddenStart) || !name.ends_with(hiddenEnd)) return false;
+    name.remove_prefix(hiddenStart.size());
+    return name.size() > hiddenEnd.size() &&
+           Uuid::parse(name.substr(0, name.size() - hiddenEnd.size())).has_value();
 }
 
 int openAgainOnInterrupt(const char* path, int flags, mode_t mode) {
@@ -49,6 +60,15 @@ int openAgainOnInterrupt(const char* path, int flags, mode_t mode) {
         descriptor = ::open(path, flags | O_CLOEXEC, mode);
     } while (descriptor < 0 && errno == EINTR);
     return descriptor;
+}
+
+/// Where the file system knows no locks, nobody gets one, and leftovers stay.
+bool lockAgainOnInterrupt(int descriptor, int operation) {
+    int result = -1;
+    do {
+        result = ::flock(descriptor, operation);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
 }
 
 /// The rename is safe only once the folder is on the disk too. Some file systems refuse to do
@@ -108,20 +128,53 @@ AtomicFile::~AtomicFile() {
     discard();
 }
 
+std::filesystem::path AtomicFile::folder() const {
+    return folderOf(target_);
+}
+
 bool AtomicFile::openTemporary(unsigned mode) {
     const std::filesystem::path folder = folderOf(target_);
     if (::access(descriptorFolder, X_OK) == 0) { // else giveName would fail
         descriptor_ = openAgainOnInterrupt(folder.c_str(), O_TMPFILE | O_RDWR, mode);
-        if (descriptor_ >= 0) return true;
+        if (descriptor_ >= 0) {
+            lockAgainOnInterrupt(descriptor_, LOCK_EX); // before it gets a name
+            return true;
+        }
         // Not every file system and kernel knows files without a name, and each has its own
         // way of saying so.
         constexpr std::array unknown{EOPNOTSUPP, EISDIR, EINVAL, ENOENT};
         if (std::ranges::find(unknown, errno) == unknown.end()) return false;
     }
-    temporary_ = hiddenNameIn(folder);
-    descriptor_ = openAgainOnInterrupt(temporary_.c_str(), O_CREAT | O_EXCL | O_RDWR, mode);
-    if (descriptor_ < 0) temporary_.clear();
-    return descriptor_ >= 0;
+    return openHidden(folder, mode);
+}
+
+bool AtomicFile::openHidden(const std::filesystem::path& folder, unsigned mode) {
+    while (true) {
+        temporary_ = hiddenNameIn(folder);
+        descriptor_ = openAgainOnInterrupt(temporary_.c_str(), O_CREAT | O_EXCL | O_RDWR, mode);
+        if (descriptor_ < 0) {
+            temporary_.clear();
+            return false;
+        }
+        lockAgainOnInterrupt(descriptor_, LOCK_EX);
+        struct stat status{};
+        if (::fstat(descriptor_, &status) != 0 || status.st_nlink > 0) return true;
+        discard(); // somebody took it for a leftover before it was locked
+    }
+}
+
+void AtomicFile::removeLeftovers(const std::filesystem::path& folder) {
+    std::error_code error;
+    for (std::filesystem::directory_iterator each(folder, error), end; !error && each != end;
+         each.increment(error)) {
+        const std::filesystem::path path = each->path();
+        if (!isHiddenName(path.filename().native())) continue;
+        const int descriptor =
+            openAgainOnInterrupt(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK, 0);
+        if (descriptor < 0) continue;
+        if (lockAgainOnInterrupt(descriptor, LOCK_EX | LOCK_NB)) ::unlink(path.c_str());
+        ::close(descriptor);
+    }
 }
 
 std::unexpected<FileError> AtomicFile::fail(int code) {
@@ -181,9 +234,10 @@ std::expected<void, FileError> AtomicFile::commit() {
     OMBREL_CHECK(descriptor_ >= 0, "a file is committed once");
     if (::fsync(descriptor_) != 0) return fail(errno);
     if (auto named = giveName(); !named) return named;
-    if (::close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR) return fail(errno);
+    // Closed only now, so that nobody takes the file for a leftover as long as its name is hidden.
     if (::rename(temporary_.c_str(), target_.c_str()) != 0) return fail(errno);
     temporary_.clear();
+    ::close(std::exchange(descriptor_, -1));
     syncFolder(folderOf(target_));
     return {};
 }

@@ -1,7 +1,8 @@
 // Writes a file so that others see the old contents or the complete new ones, never a part, even
 // when the process is killed or the power fails. The bytes go to an unnamed (or, where the file
 // system has no such thing, hidden) file in the same folder; commit() brings them to the disk and
-// puts them in the old file's place. Without a commit nothing is left behind.
+// puts them in the old file's place. Without a commit nothing is left behind; a process that is
+// killed may leave a hidden file, which removeLeftovers() knows from one that is being written.
 // A symbolic link is followed: the file it names is replaced. An overwritten file's permission
 // bits are kept, and its owner and group where that is allowed. One thread at a time.
 #pragma once
@@ -25,12 +26,18 @@ public:
     /// regular file (a folder, a device).
     static std::expected<AtomicFile, FileError> create(const std::filesystem::path& path);
 
+    /// Removes the hidden files in `folder` whose writers no longer live. Those of living ones, in
+    /// whatever process, stay: they are locked.
+    static void removeLeftovers(const std::filesystem::path& folder);
+
     AtomicFile(AtomicFile&& other) noexcept;
     AtomicFile& operator=(AtomicFile&& other) noexcept;
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
     ~AtomicFile();
 
+    /// Where the file will lie, symbolic links followed.
+    std::filesystem::path folder() const;
     std::uint64_t size() const { return size_; }
     /// May leave holes, which read as zeros. False when not every byte could be written (full
     /// disk); the file then stays failed and cannot be committed.
@@ -47,6 +54,7 @@ public:
 private:
     AtomicFile() = default;
     bool openTemporary(unsigned mode);
+    bool openHidden(const std::filesystem::path& folder, unsigned mode);
     std::expected<void, FileError> giveName();
     std::unexpected<FileError> fail(int code);
     void discard();

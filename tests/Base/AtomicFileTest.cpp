@@ -1,15 +1,17 @@
 #include "Base/AtomicFile.h"
 
+#include "Base/Uuid.h"
 #include "TestSeed.h"
+#include "support/FileSizeLimit.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <random>
-#include <sys/resource.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -144,30 +146,12 @@ TEST(AtomicFile, aNameAsLongAsTheyGetIsNoProblem) {
     EXPECT_EQ(folder.names(), std::vector<std::string>{name});
 }
 
-/// Lets files grow no further, as a full disk does.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : signalBefore_(std::signal(SIGXFSZ, SIG_IGN)) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limited{bytes, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FileSizeLimit() {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, signalBefore_);
-    }
-
-private:
-    rlimit before_{};
-    void (*signalBefore_)(int);
-};
-
 TEST(AtomicFile, aWriteThatDoesNotFitFailsTheFileAndKeepsTheOldOne) {
     const TemporaryFolder folder;
     ASSERT_TRUE(writeFileAtomically(folder / "a", "old"));
     const std::string large(100000, 'x');
     {
-        const FileSizeLimit full(65536);
+        const test::FileSizeLimit full(65536);
         auto file = AtomicFile::create(folder / "a");
         ASSERT_TRUE(file);
         EXPECT_FALSE(file->append(bytesOf(large)));
@@ -181,6 +165,27 @@ TEST(AtomicFile, aWriteThatDoesNotFitFailsTheFileAndKeepsTheOldOne) {
     }
     EXPECT_EQ(contents(folder / "a"), "old");
     EXPECT_EQ(folder.names(), std::vector<std::string>{"a"});
+}
+
+TEST(AtomicFile, leftoversOfTheDeadGoAndFilesBeingWrittenStay) {
+    const TemporaryFolder folder;
+    const std::string id = Uuid::make().text();
+    const std::vector<std::string> others{".ombrel-" + id, ".ombrel-x.tmp", ".ombrel-.tmp",
+                                          ".ombrel-" + id + ".tmp.png", "ombrel-" + id + ".tmp"};
+    for (const std::string& name : others)
+        ASSERT_TRUE(writeFileAtomically(folder / name, "somebody's"));
+    const std::filesystem::path hidden = folder / (".ombrel-" + id + ".tmp");
+    ASSERT_TRUE(writeFileAtomically(hidden, "a part"));
+    std::filesystem::create_directory(folder / (".ombrel-" + Uuid::make().text() + ".tmp"));
+    const int writer = ::open(hidden.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::flock(writer, LOCK_EX), 0);
+    AtomicFile::removeLeftovers(folder.path());
+    EXPECT_EQ(folder.names().size(), others.size() + 2);
+    ::close(writer);
+    AtomicFile::removeLeftovers(folder.path());
+    EXPECT_EQ(folder.names().size(), others.size() + 1);
+    EXPECT_FALSE(std::filesystem::exists(hidden));
+    AtomicFile::removeLeftovers(folder / "missing");
 }
 
 TEST(AtomicFile, readingStopsAtTheLimit) {
