@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,9 +15,34 @@ namespace ombrel {
 
 namespace {
 
+std::int64_t nanosecondsOf(const timespec& time) {
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+/// File systems stamp changes with a clock of coarse steps. Of two changes within one step, the
+/// second does not show.
+bool isTooFreshToTell(const timespec& changed) {
+    constexpr std::int64_t longestStep = 10'000'000;
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return std::abs(nanosecondsOf(now) - nanosecondsOf(changed)) <= longestStep;
+}
+
+/// Whether somebody has the file open to write into it: only then a read lease is refused in this
+/// way. Where leases are not to be had (files of others, some file systems) nobody can tell. A
+/// lease that breaks in the instant of its life sends a signal, which must be one that is ignored.
+bool hasWriters(int descriptor) {
+    if (::fcntl(descriptor, F_SETSIG, SIGURG) != 0) return false;
+    if (::fcntl(descriptor, F_SETLEASE, F_RDLCK) != 0) return errno == EAGAIN;
+    ::fcntl(descriptor, F_SETLEASE, F_UNLCK);
+    return false;
+}
+
 class FileSource final : public ByteSource {
 public:
-    FileSource(int descriptor, std::uint64_t size) : descriptor_(descriptor), size_(size) {}
+    FileSource(int descriptor, const struct stat& status, bool hadWriters)
+        : descriptor_(descriptor), size_(static_cast<std::uint64_t>(status.st_size)),
+          changed_(status.st_mtim), wasUnsteady_(hadWriters || isTooFreshToTell(status.st_mtim)) {}
     FileSource(const FileSource&) = delete;
     FileSource& operator=(const FileSource&) = delete;
     ~FileSource() override { ::close(descriptor_); }
@@ -34,9 +62,18 @@ public:
         return done;
     }
 
+    bool mayHaveChanged() const override {
+        struct stat status = {};
+        return wasUnsteady_ || ::fstat(descriptor_, &status) != 0 ||
+               static_cast<std::uint64_t>(status.st_size) != size_ ||
+               nanosecondsOf(status.st_mtim) != nanosecondsOf(changed_);
+    }
+
 private:
     int descriptor_;
     std::uint64_t size_;
+    timespec changed_; ///< as it was when the file was opened
+    bool wasUnsteady_; ///< what was written then would not show
 };
 
 class MemorySource final : public ByteSource {
@@ -63,12 +100,15 @@ std::unique_ptr<ByteSource> ByteSource::ofFile(const std::filesystem::path& path
     // Not blocking: opening a pipe that nobody writes to must not hang.
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) return nullptr;
+    // A write gives the file its time when it begins. So those that run are looked for first; those
+    // that come later show.
+    const bool hadWriters = hasWriters(descriptor);
     struct stat status = {};
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(descriptor);
         return nullptr;
     }
-    return std::make_unique<FileSource>(descriptor, static_cast<std::uint64_t>(status.st_size));
+    return std::make_unique<FileSource>(descriptor, status, hadWriters);
 }
 
 std::unique_ptr<ByteSource> ByteSource::ofMemory(std::span<const std::byte> bytes) {

@@ -18,6 +18,10 @@ public:
     /// Reads up to out.size() bytes from `offset`; fewer at the end or after an error.
     virtual std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) = 0;
 
+    /// Whether somebody may have written into what is read since the source was made. Not when the
+    /// name was given to another file: the source goes on reading the old one.
+    virtual bool mayHaveChanged() const { return false; }
+
     /// Null when the file cannot be opened or is no regular file.
     static std::unique_ptr<ByteSource> ofFile(const std::filesystem::path& path);
     /// `bytes` must outlive the source.

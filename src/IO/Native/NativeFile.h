@@ -1,6 +1,7 @@
 // Native documents in the file system. A save replaces the old file only when the new one is whole
-// and on the disk; until then, and after any failure, the old one is as it was. Never the main
-// executor of an editor.
+// and on the disk; until then, and after any failure, the old one is as it was. What a killed
+// process left of a save goes with the next one into that folder. Never the main executor of an
+// editor.
 #pragma once
 
 #include "Base/FileError.h"
@@ -30,7 +31,8 @@ saveNative(const Board& board, const std::filesystem::path& path, Progress* prog
 
 using NativeOpenError = std::variant<NativeFormat::Error, FileError>;
 
-/// A file that another program changes meanwhile is read again.
+/// One state of the file, whole. Where other programs keep writing into it: EBUSY. Where they put
+/// another file in its place, the old one or the new one.
 std::expected<Board, NativeOpenError> openNative(const std::filesystem::path& path,
                                                  TileStore& store, Progress* progress = nullptr);
 
