@@ -38,6 +38,7 @@ RealRect boundsOf(const DocumentState& state, RealPoint origin) {
 Frame groundOf(const Viewport& viewport) {
     Frame frame;
     frame.pixelSize = screenSize(viewport);
+    frame.contentsScale = viewport.contentsScale;
     frame.boardToPixels = boardToScreen(viewport);
     frame.pasteboard = linearColor(viewport.pasteboard);
     frame.dots = viewport.board.dots;
@@ -235,6 +236,7 @@ std::expected<void, EngineError> DocumentRenderer::drawNode(const BoardSceneNode
 std::expected<void, EngineError> DocumentRenderer::addNode(Slot& slot, const DocumentState& state,
                                                            FrameNode node, bool refreshes,
                                                            Work& work) {
+    node.profile = state.canvas.profile;
     CompositeCache& cache = slot.cache;
     FrameStatistics& statistics = work.frame.statistics;
     const bool perceptual = !state.canvas.blendUsingGamma1;

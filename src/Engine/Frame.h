@@ -4,6 +4,7 @@
 // Immutable; may go to another thread and be kept as long as it is shown.
 #pragma once
 
+#include "Core/ColorProfile.h"
 #include "Core/PremultipliedColor.h"
 #include "Engine/BoardScene.h"
 
@@ -35,6 +36,7 @@ struct FrameTile {
 struct FrameNode {
     std::optional<BoardNodeID> id = std::nullopt; ///< absent for a document without a board
     RealRect bounds = {};                         ///< of the canvas on the board
+    ColorProfile profile = {};                    ///< of its pixels
     int level = 0;
     bool isComplete = true; ///< every visible tile is current
     std::vector<FrameTile> tiles = {};
@@ -57,6 +59,7 @@ struct FrameStatistics {
 struct Frame {
     int number = 0;
     RealSize pixelSize;                ///< of the view, in screen pixels
+    double contentsScale = 1;          ///< screen pixels a view point
     AffineTransform boardToPixels;     ///< from board units to screen pixels
     std::array<float, 3> pasteboard{}; ///< linear
     std::optional<BoardDots> dots;
