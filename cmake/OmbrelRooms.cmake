@@ -5,6 +5,7 @@ function(ombrel_room name)
   string(TOLOWER ${name} lower)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${name}/*.cpp
        ${CMAKE_SOURCE_DIR}/src/${name}/*.h)
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   add_library(ombrel_${lower} STATIC ${sources})
   target_include_directories(ombrel_${lower} PUBLIC ${CMAKE_SOURCE_DIR}/src)
   set_target_properties(ombrel_${lower} PROPERTIES LINKER_LANGUAGE CXX)
@@ -17,7 +18,7 @@ endfunction()
 
 # Tests of one room: every tests/<name>/*Test.cpp in one program, listed one by one to ctest.
 function(ombrel_tests name)
-  cmake_parse_arguments(TESTS "" "LABEL;TIMEOUT" "ROOMS;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(TESTS "" "LABEL;TIMEOUT" "ROOMS;LIBRARIES;LAUNCHER" ${ARGN})
   string(TOLOWER ${name} lower)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/${name}/*.cpp
        ${CMAKE_SOURCE_DIR}/tests/${name}/*.h)
@@ -41,6 +42,12 @@ function(ombrel_tests name)
   endif()
   if(NOT TESTS_TIMEOUT)
     set(TESTS_TIMEOUT 300)
+  endif()
+  if(TESTS_LAUNCHER)
+    # As a whole: what it is started under costs more than the tests.
+    add_test(NAME ${lower}_tests COMMAND ${TESTS_LAUNCHER} $<TARGET_FILE:${lower}_tests>)
+    set_tests_properties(${lower}_tests PROPERTIES LABELS ${TESTS_LABEL} TIMEOUT ${TESTS_TIMEOUT})
+    return()
   endif()
   include(GoogleTest)
   gtest_discover_tests(${lower}_tests DISCOVERY_MODE PRE_TEST

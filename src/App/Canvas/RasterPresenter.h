@@ -1,0 +1,26 @@
+// Draws frames into an image, for machines without a graphics device. Rows are independent and run
+// on the shared pool: each is built up in linear floats straight from the halves of the tiles and
+// encoded once, so nothing is kept between frames and a changed tile costs nothing extra.
+#pragma once
+
+#include "App/Canvas/CanvasPresenter.h"
+#include "App/Canvas/DisplayColors.h"
+
+class QPainter;
+
+namespace ombrel {
+
+class RasterPresenter final : public CanvasPresenter {
+public:
+    void setDisplayProfile(const ColorProfile& profile) override;
+    void present(const Frame& frame) override;
+    QImage picture() override { return image_; }
+    /// The last frame, pixel by pixel, from the painter's origin on.
+    void paint(QPainter& painter) const;
+
+private:
+    DisplayColors colors_;
+    QImage image_; ///< RGB32
+};
+
+} // namespace ombrel
