@@ -137,9 +137,10 @@ RasterRow::Span RasterRow::spanOf(const LocalRect& area) const {
 
 float RasterRow::coverageOf(const DotGrid& grid, const DotPlacement& dots, int x) const {
     const float inX = (localX(x) - grid.phase[0]) / grid.spacing;
-    const float inY = (localY(x) - grid.phase[1]) / grid.spacing;
     const float step = grid.spacing * layout_.scale();
     const float farX = (inX - std::floor(inX + 0.5f)) * step;
+    if (std::abs(farX) > dots.radius + 0.5f) return 0; // most pixels
+    const float inY = (localY(x) - grid.phase[1]) / grid.spacing;
     const float farY = (inY - std::floor(inY + 0.5f)) * step;
     const float distance = std::sqrt(farX * farX + farY * farY);
     return std::clamp(dots.radius + 0.5f - distance, 0.0f, 1.0f) * grid.alpha;
