@@ -211,10 +211,3 @@ TEST(RasterPresenter, showsTheCanvasOnChecksAndThePasteboardAround) {
 }
 
 } // namespace ombrel
-
-int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("DISPLAY")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QGuiApplication application(argc, argv);
-    testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

@@ -1,0 +1,105 @@
+#include "App/Look/LookStyle.h"
+
+#include "App/Look/Theme.h"
+
+#include <QPainter>
+#include <QStyleOption>
+
+namespace ombrel {
+
+namespace {
+
+/// A button of a bar: flat, and coloured only while it is under the pointer, held or on.
+void drawToolButton(const QStyleOption& option, QPainter& painter) {
+    const QStyle::State state = option.state;
+    const bool isEnabled = (state & QStyle::State_Enabled) != 0;
+    QColor fill = Qt::transparent;
+    if ((state & QStyle::State_On) != 0) {
+        fill = Theme::color(isEnabled ? ThemeColor::selection : ThemeColor::line);
+    } else if (isEnabled && (state & QStyle::State_Sunken) != 0) {
+        fill = Theme::color(ThemeColor::pressed);
+    } else if (isEnabled && (state & QStyle::State_MouseOver) != 0) {
+        fill = Theme::color(ThemeColor::hovered).lighter(115);
+    }
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(fill);
+    painter.setPen(Qt::NoPen);
+    painter.drawRoundedRect(QRectF(option.rect).adjusted(1, 1, -1, -1), Spacing::corner,
+                            Spacing::corner);
+    painter.restore();
+}
+
+/// A line between rows, a frame around one.
+void drawDropIndicator(const QStyleOption& option, QPainter& painter) {
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(Theme::color(ThemeColor::accent), 2));
+    const QRectF rect(option.rect);
+    if (option.rect.height() == 0) {
+        const QPointF start(rect.left() + 4, rect.top());
+        painter.drawLine(start + QPointF(3, 0), QPointF(rect.right(), rect.top()));
+        painter.drawEllipse(start, 3, 3);
+    } else {
+        painter.drawRoundedRect(rect.adjusted(1, 1, -1, -1), Spacing::corner, Spacing::corner);
+    }
+    painter.restore();
+}
+
+} // namespace
+
+LookStyle::LookStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+
+int LookStyle::pixelMetric(PixelMetric metric, const QStyleOption* option,
+                           const QWidget* widget) const {
+    switch (metric) {
+    case PM_SmallIconSize:
+    case PM_ButtonIconSize:
+    case PM_ToolBarIconSize:
+        return Spacing::icon;
+    case PM_ToolBarItemSpacing:
+        return Spacing::hair;
+    case PM_ToolBarItemMargin:
+        return Spacing::hair;
+    case PM_DockWidgetTitleMargin:
+        return Spacing::tight;
+    case PM_LayoutHorizontalSpacing:
+    case PM_LayoutVerticalSpacing:
+        return Spacing::tight;
+    case PM_ScrollBarExtent:
+        return 11;
+    default:
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+}
+
+int LookStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                         QStyleHintReturn* returned) const {
+    switch (hint) {
+    // A click beside a slider's handle brings the handle there.
+    case SH_Slider_AbsoluteSetButtons:
+        return Qt::LeftButton;
+    case SH_Slider_PageSetButtons:
+        return Qt::NoButton;
+    case SH_ItemView_ShowDecorationSelected:
+        return 1;
+    case SH_ToolTip_WakeUpDelay:
+        return 500;
+    default:
+        return QProxyStyle::styleHint(hint, option, widget, returned);
+    }
+}
+
+void LookStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option,
+                              QPainter* painter, const QWidget* widget) const {
+    switch (element) {
+    case PE_PanelButtonTool:
+        return drawToolButton(*option, *painter);
+    case PE_IndicatorItemViewItemDrop:
+        return drawDropIndicator(*option, *painter);
+    default:
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+    }
+}
+
+} // namespace ombrel

@@ -1,0 +1,21 @@
+// The style of all widgets: Fusion with measures for dense panels, flat buttons in bars, and an
+// indicator that shows plainly where a dragged row lands. Owned by the application.
+#pragma once
+
+#include <QProxyStyle>
+
+namespace ombrel {
+
+class LookStyle : public QProxyStyle {
+public:
+    LookStyle();
+
+    int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                    const QWidget* widget) const override;
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* returned) const override;
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override;
+};
+
+} // namespace ombrel

@@ -1,0 +1,17 @@
+// Between our UTF-8 text and Qt's.
+#pragma once
+
+#include <QString>
+#include <string>
+#include <string_view>
+
+namespace ombrel {
+
+inline QString toQt(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+inline std::string fromQt(const QString& text) {
+    return text.toStdString();
+}
+
+} // namespace ombrel

@@ -1,0 +1,26 @@
+#include "App/Panels/PanelCatalog.h"
+
+#include "App/Panels/HistoryPanel.h"
+
+#include <array>
+
+namespace ombrel {
+
+namespace {
+
+template <typename Panel>
+QWidget* make(const PanelContext& context, QWidget* parent) {
+    return new Panel(context, parent); // the parent owns it
+}
+
+constexpr std::array<PanelDescription, 1> panels{{
+    {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>},
+}};
+
+} // namespace
+
+std::span<const PanelDescription> panelCatalog() {
+    return panels;
+}
+
+} // namespace ombrel

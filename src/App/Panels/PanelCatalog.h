@@ -1,0 +1,38 @@
+// The panels that stand around a document, as a table: what each is called, where it stands at
+// first and how it is made. A panel joins by a line of the table; the window makes docks from it.
+#pragma once
+
+#include <QtCore/qnamespace.h>
+#include <memory>
+#include <span>
+
+class QWidget;
+
+namespace ombrel {
+
+class DocumentSession;
+class Executor;
+class PixelDevice;
+class Settings;
+class TileStore;
+
+/// What panels stand on. Everything referred to outlives them.
+struct PanelContext {
+    std::shared_ptr<DocumentSession> session;
+    Executor& main;
+    Executor& worker; ///< for pictures and figures that the window does not wait for
+    TileStore& store;
+    PixelDevice& device;
+    Settings& settings;
+};
+
+struct PanelDescription {
+    const char* identifier; ///< in settings and saved layouts; never changes
+    const char* title;
+    Qt::DockWidgetArea area;
+    QWidget* (*make)(const PanelContext& context, QWidget* parent);
+};
+
+std::span<const PanelDescription> panelCatalog(); ///< as they stand from top to bottom
+
+} // namespace ombrel
