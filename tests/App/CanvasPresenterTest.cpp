@@ -134,6 +134,28 @@ TEST(CanvasPresenter, bothPresentersDrawTheSamePicture) {
     }
 }
 
+TEST(CanvasPresenter, bothLayNodesOverEachOther) {
+    OpenGLGround ground(sizeOf(viewSize));
+    if (!ground.error.empty()) GTEST_SKIP() << ground.error;
+    RasterPresenter raster;
+    PresentedScene scene(ColorProfile::sRGB());
+    for (const double rotation : {0.0, sixth}) {
+        for (const bool checkerboard : {true, false}) {
+            SCOPED_TRACE(testing::Message() << rotation << checkerboard);
+            Frame frame = scene.frame({"", 0.4, rotation, {450, 300}}, viewSize, checkerboard);
+            // The second covers a part of the first, the third lies beside them.
+            for (const RealPoint& corner : {RealPoint{310.5, 140}, RealPoint{-520, -630}}) {
+                FrameNode other = frame.nodes[0];
+                other.bounds.origin = corner;
+                frame.nodes.push_back(std::move(other));
+            }
+            raster.present(frame);
+            ground.presenter->present(frame);
+            expectAlike(raster.picture(), ground.presenter->picture());
+        }
+    }
+}
+
 TEST(CanvasPresenter, bothConvertToTheDisplay) {
     OpenGLGround ground(sizeOf(viewSize));
     if (!ground.error.empty()) GTEST_SKIP() << ground.error;

@@ -61,6 +61,8 @@ public:
     const std::array<float, 2>& along() const { return along_; }
     const std::array<float, 2>& across() const { return across_; }
     const std::array<float, 2>& start() const { return start_; }
+    /// Whether rows of the screen are rows of the board.
+    bool isStraight() const { return along_[1] == 0 && across_[0] == 0; }
     /// The way back; its numbers only choose which pixels are looked at.
     const AffineTransform& toPixels() const { return toPixels_; }
 

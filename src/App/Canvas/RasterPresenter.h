@@ -1,10 +1,11 @@
 // Draws frames into an image, for machines without a graphics device. Rows are independent and run
-// on the shared pool: each is built up in linear floats straight from the halves of the tiles and
-// encoded once, so nothing is kept between frames and a changed tile costs nothing extra.
+// on the shared pool: each is built up straight from the halves of the tiles and encoded once, so
+// nothing is kept between frames and a changed tile costs nothing extra. Views that are not turned,
+// nearly all of them, take a shorter way (StraightNode) to the same picture.
 #pragma once
 
 #include "App/Canvas/CanvasPresenter.h"
-#include "App/Canvas/DisplayColors.h"
+#include "App/Canvas/RasterColors.h"
 
 class QPainter;
 
@@ -20,6 +21,7 @@ public:
 
 private:
     DisplayColors colors_;
+    RasterEncoding encoding_{colors_};
     QImage image_; ///< RGB32
 };
 

@@ -3,25 +3,21 @@
 // in the same order. Used by RasterPresenter; a row belongs to one thread.
 #pragma once
 
-#include "App/Canvas/DisplayColors.h"
 #include "App/Canvas/FrameLayout.h"
+#include "App/Canvas/RasterColors.h"
 
 #include <cstdint>
 #include <span>
 
 namespace ombrel {
 
-/// Red, green, blue, alpha.
-using Float4 = float __attribute__((vector_size(16)));
+/// Pixels of a row, or rows: from the first up to the end.
+struct PixelSpan {
+    int first = 0;
+    int end = 0;
 
-/// A conversion as a row uses it.
-struct RasterConversion {
-    explicit RasterConversion(const ProfileConversion& conversion);
-
-    Float4 apply(Float4 color) const;
-
-    bool isIdentity;
-    std::array<Float4, 3> columns;
+    bool contains(int at) const { return at >= first && at < end; }
+    std::size_t count() const { return static_cast<std::size_t>(end - first); }
 };
 
 /// A tile with all that does not depend on the row.
@@ -36,18 +32,12 @@ public:
     /// `y` of the row's pixels; the pixels stay the caller's.
     RasterRow(const FrameLayout& layout, int y, std::span<Float4> pixels);
 
-    void fill(Float4 color);
-    void addDots(const DotPlacement& dots);
+    void fill(PixelSpan span, Float4 color);
+    void addDots(PixelSpan span, const DotPlacement& dots);
     void addChecks(const CheckPlacement& checks);
     void addTile(const RasterTile& tile, const RasterConversion& conversion, bool isSmooth);
-    void encode(const DisplayColors& colors, std::uint32_t* rgb) const;
 
 private:
-    struct Span {
-        int first;
-        int end;
-    };
-
     float localX(int x) const {
         return layout_.along()[0] * (static_cast<float>(x) + 0.5f) + startX_;
     }
@@ -56,7 +46,9 @@ private:
     }
     bool isInside(const LocalRect& area, int x) const;
     /// The pixels whose middles lie in an area; they are always in one piece.
-    Span spanOf(const LocalRect& area) const;
+    PixelSpan spanOf(const LocalRect& area) const;
+    /// How far a pixel's middle is from the nearest row of dots, in screen pixels.
+    float farFromDots(const DotGrid& grid, int x) const;
     float coverageOf(const DotGrid& grid, const DotPlacement& dots, int x) const;
 
     const FrameLayout& layout_;
