@@ -14,6 +14,7 @@
 #include "Commands/MergeCommands.h"
 #include "Commands/RasterizeLayersCommand.h"
 #include "Commands/RotateCommands.h"
+#include "Commands/TranslateLayersCommand.h"
 
 namespace ombrel {
 
@@ -54,6 +55,7 @@ using AllCommands = CommandTypes<
     FlipCanvasCommand,
     RotateLayersCommand,
     FlipLayersCommand,
+    TranslateLayersCommand,
     AssignProfileCommand,
     ConvertProfileCommand,
     SetBitDepthCommand,

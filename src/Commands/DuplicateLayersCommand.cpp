@@ -70,6 +70,10 @@ void DuplicateLayersCommand::complete(const DocumentState& state,
 }
 
 CommandResult DuplicateLayersCommand::apply(DocumentState& state, const CommandContext&) const {
+    return duplicate(state);
+}
+
+CommandResult DuplicateLayersCommand::duplicate(DocumentState& state) const {
     const auto ids = LayerTree::reduced(state, layerIDs);
     if (!ids) return std::unexpected(ids.error());
     DuplicateLayersCommand whole = *this;

@@ -28,6 +28,8 @@ struct DuplicateLayersCommand {
 
     std::string name() const { return "Duplicate Layers"; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
+    /// The same, for who has no context: nothing is computed.
+    CommandResult duplicate(DocumentState& state) const;
     bool operator==(const DuplicateLayersCommand&) const = default;
 
     static constexpr auto schema() {
