@@ -206,8 +206,12 @@ bool DocumentSession::leaveTool() {
 }
 
 Tool* DocumentSession::tool() const {
+    return toolOf(*_activeTool);
+}
+
+Tool* DocumentSession::toolOf(ToolKind kind) const {
     checkThread();
-    const auto found = tools_.find(*_activeTool);
+    const auto found = tools_.find(kind);
     return found != tools_.end() ? found->second.get() : nullptr;
 }
 

@@ -50,7 +50,7 @@ public:
 
     /// A change as documents count them to know whether they must be saved.
     enum class ChangeType : std::uint8_t { done = 0, undone = 1, redone = 5 };
-    enum class ApplyTransformChoice : std::uint8_t { apply, discard, cancel };
+    using ApplyTransformChoice = ombrel::ApplyTransformChoice;
 
     /// A queued command that is being applied.
     struct RunningCommand {
@@ -101,7 +101,7 @@ public:
     std::function<bool(const std::string&)> confirmRasterize;
     std::function<ApplyTransformChoice()> confirmApplyTransform;
 
-    PaintColors colors;
+    Observable<PaintColors> colors;         ///< told as they change, by whoever changes them
     std::weak_ptr<ToolContext> toolContext; ///< the canvas
 
     // Commands.
@@ -111,6 +111,8 @@ public:
     void perform(const Command& command);
     /// The same, then calls `completion`: at once where nothing is queued, else in its turn.
     void perform(const Command& command, std::move_only_function<void()> completion);
+    /// At once where nothing is queued, even where the command would rather be; else in its turn.
+    void performInstantly(const Command& command);
     /// At once, or in their turn where operations are queued. Nothing during a live edit.
     void undo();
     void redo();
@@ -149,6 +151,8 @@ public:
     /// _activeTool is told once more. Hidden tools come without being asked for or remembered.
     void setTool(ToolKind kind);
     Tool* tool() const; ///< the active one; null where there is none of its kind
+    Tool* toolOf(ToolKind kind) const;
+    const ToolSet& tools() const { return tools_; }
 
 private:
     using Operation = std::move_only_function<void(DocumentSession&)>;

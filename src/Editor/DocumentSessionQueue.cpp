@@ -20,6 +20,12 @@ void DocumentSession::perform(const Command& command, std::move_only_function<vo
     enqueueStep([completion = std::move(completion)](DocumentSession&) mutable { completion(); });
 }
 
+void DocumentSession::performInstantly(const Command& command) {
+    checkThread();
+    if (queuedOperations_ < 1) return performNow(command);
+    perform(command);
+}
+
 std::int64_t DocumentSession::queuedOperations() const {
     checkThread();
     return queuedOperations_;

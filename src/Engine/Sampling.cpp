@@ -28,6 +28,31 @@ BlendMath::Op opOf(const CompositeStep& step, std::int64_t x, std::int64_t y) {
                               std::holds_alternative<ClippedStep>(step.value)};
 }
 
+/// The pixels of the square around a place that lie on the canvas.
+PixelRect windowAround(PixelSize canvas, std::int64_t x, std::int64_t y, std::int64_t radius) {
+    const std::int64_t side = 2 * radius + 1;
+    return intersectionOf({x - radius, y - radius, side, side}, PixelRect::ofSize(canvas));
+}
+
+/// All zero of an empty window.
+template <typename ColorAt>
+PremultipliedColor meanOf(const PixelRect& window, ColorAt&& colorAt) {
+    if (window.isEmpty()) return {};
+    std::array<double, 4> sum{};
+    for (std::int64_t row = window.y; row < window.maxY(); ++row) {
+        for (std::int64_t column = window.x; column < window.maxX(); ++column) {
+            const PremultipliedColor c = colorAt(column, row);
+            sum[0] += c.red;
+            sum[1] += c.green;
+            sum[2] += c.blue;
+            sum[3] += c.alpha;
+        }
+    }
+    const auto count = static_cast<double>(window.width * window.height);
+    const auto mean = [&](double channel) { return static_cast<float>(channel / count); };
+    return {mean(sum[0]), mean(sum[1]), mean(sum[2]), mean(sum[3])};
+}
+
 } // namespace
 
 float maskValueAt(const LayerMask& mask, std::int64_t x, std::int64_t y) {
@@ -65,25 +90,18 @@ PremultipliedColor evaluateAt(const CompositeProgram& program, bool perceptual, 
 
 PremultipliedColor sampleMerged(const DocumentState& state, std::int64_t x, std::int64_t y,
                                 std::int64_t radius) {
-    const std::int64_t side = 2 * radius + 1;
-    const PixelRect window =
-        intersectionOf({x - radius, y - radius, side, side}, PixelRect::ofSize(state.canvas.size));
-    if (window.isEmpty()) return {};
     const CompositeProgram program = state.compositeProgram();
-    std::array<double, 4> sum{};
-    for (std::int64_t row = window.y; row < window.maxY(); ++row) {
-        for (std::int64_t column = window.x; column < window.maxX(); ++column) {
-            const PremultipliedColor c =
-                evaluateAt(program, !state.canvas.blendUsingGamma1, column, row);
-            sum[0] += c.red;
-            sum[1] += c.green;
-            sum[2] += c.blue;
-            sum[3] += c.alpha;
-        }
-    }
-    const auto count = static_cast<double>(window.width * window.height);
-    const auto mean = [&](double channel) { return static_cast<float>(channel / count); };
-    return {mean(sum[0]), mean(sum[1]), mean(sum[2]), mean(sum[3])};
+    return meanOf(windowAround(state.canvas.size, x, y, radius),
+                  [&](std::int64_t column, std::int64_t row) {
+                      return evaluateAt(program, !state.canvas.blendUsingGamma1, column, row);
+                  });
+}
+
+PremultipliedColor sampleLayer(const PixelLayer& layer, PixelSize canvas, std::int64_t x,
+                               std::int64_t y, std::int64_t radius) {
+    return meanOf(windowAround(canvas, x, y, radius), [&](std::int64_t column, std::int64_t row) {
+        return layer.pixels.color(column - layer.offset.dx, row - layer.offset.dy);
+    });
 }
 
 } // namespace ombrel

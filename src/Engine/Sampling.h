@@ -22,5 +22,8 @@ PremultipliedColor evaluateAt(const CompositeProgram& program, bool perceptual, 
 /// cut to the canvas; all zero where nothing of it lies on the canvas.
 PremultipliedColor sampleMerged(const DocumentState& state, std::int64_t x, std::int64_t y,
                                 std::int64_t radius);
+/// The same of one layer's own pixels, without its mask, opacity and what lies below.
+PremultipliedColor sampleLayer(const PixelLayer& layer, PixelSize canvas, std::int64_t x,
+                               std::int64_t y, std::int64_t radius);
 
 } // namespace ombrel

@@ -1,4 +1,5 @@
 #include "Editor/SessionFixture.h"
+#include "support/FakeToolContext.h"
 
 #include <gtest/gtest.h>
 
@@ -46,11 +47,13 @@ TEST(DocumentSessionTools, choosesLayers) {
 
 namespace {
 
-struct FakeContext final : ToolContext {};
-
 struct FakeTool final : Tool {
     FakeTool(ToolKind of, bool leaves) : ownKind(of), maySwitch(leaves) {}
     ToolKind kind() const override { return ownKind; }
+    ToolCursor currentCursor(ToolModifiers /*modifiers*/) const override {
+        return ToolCursor::arrow;
+    }
+    void pointerDown(const PointerSample& /*sample*/, ToolContext& /*in*/) override {}
     bool mayLeave(ToolContext& /*in*/) override {
         ++asked;
         return maySwitch;
@@ -72,7 +75,7 @@ TEST(DocumentSessionTools, switchesToolsUnlessTheActiveOneRefuses) {
     DocumentSession& session = *fixture.session;
     int changes = 0;
     session.onToolChange = [&] { ++changes; };
-    const auto context = std::make_shared<FakeContext>();
+    const auto context = std::make_shared<FakeToolContext>();
 
     session.setTool(ToolKind::transform);
     EXPECT_EQ(static_cast<FakeTool*>(session.tool())->asked, 0) << "no canvas to ask about";
