@@ -52,9 +52,10 @@ public:
         TilePainter(seed).paint(buffer.bytes(), isOpaque);
         return store->makeTile(std::move(buffer));
     }
-    /// Other tiles in a square of the top layer.
-    void paint(std::int32_t x, std::int32_t y, std::int32_t side) {
-        state.update(state.root->children.back().id(), [&](LayerNode& node) {
+    /// Other tiles in a square of a layer, so many below the top one.
+    void paint(std::int32_t x, std::int32_t y, std::int32_t side, std::size_t above = 0) {
+        const auto& layers = state.root->children;
+        state.update(layers[layers.size() - 1 - above].id(), [&](LayerNode& node) {
             for (std::int32_t i = 0; i < side * side; ++i) {
                 next_ = (next_ + 3) % pictures_.size();
                 const TileCoord coord{x + i % side, y + i / side};
@@ -119,19 +120,24 @@ private:
     Scene& scene_;
 };
 
-// A brush over sixteen tiles of the top of twenty layers, seen at 100%: the refresh that a segment
-// of the stroke waits for.
-void paint(benchmark::State& run, Modes modes) {
+// A brush over sixteen tiles of one of twenty layers, so many below the top one, seen at 100%: the
+// refresh that a segment of the stroke waits for, from the second one on. What lies below the layer
+// is kept, so that it costs by the layers from there on up.
+void paint(benchmark::State& run, Modes modes, std::size_t above) {
     Scene scene({4096, 4096}, 20, modes);
     CompositeCache cache(scene.device, *scene.store);
     cache.update(scene.state, true);
     std::vector<TileCoord> view;
     for (const TileCoord coord : TileRange{2, 2, 9, 6})
         view.push_back(coord);
-    if (!cache.refresh(0, view, {})) run.SkipWithError("refresh failed");
+    for (int i = 0; i < 2; ++i) { // the first segment finds nothing kept
+        if (!cache.refresh(0, view, {})) run.SkipWithError("refresh failed");
+        scene.paint(3, 3, 4, above);
+        cache.update(scene.state, true);
+    }
     for (auto _ : run) {
         run.PauseTiming();
-        scene.paint(3, 3, 4);
+        scene.paint(3, 3, 4, above);
         run.ResumeTiming();
         cache.update(scene.state, true);
         if (!cache.refresh(0, view, {}) || cache.lastCompositedTiles() != 16)
@@ -212,13 +218,45 @@ void diff(benchmark::State& run, std::int32_t side) {
     run.SetItemsProcessed(run.iterations() * side * side);
 }
 
-BENCHMARK_CAPTURE(paint, normal, Modes::normal)
+BENCHMARK_CAPTURE(paint, normal0, Modes::normal, 0)
     ->Name("Cache/paint/normal")
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
-BENCHMARK_CAPTURE(paint, mixed, Modes::mixed)
+BENCHMARK_CAPTURE(paint, normal3, Modes::normal, 3)
+    ->Name("Cache/paint/normal/threeAbove")
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+BENCHMARK_CAPTURE(paint, normal10, Modes::normal, 10)
+    ->Name("Cache/paint/normal/middle")
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+BENCHMARK_CAPTURE(paint, normal19, Modes::normal, 19)
+    ->Name("Cache/paint/normal/bottom")
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+BENCHMARK_CAPTURE(paint, mixed0, Modes::mixed, 0)
     ->Name("Cache/paint/mixed")
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+BENCHMARK_CAPTURE(paint, mixed3, Modes::mixed, 3)
+    ->Name("Cache/paint/mixed/threeAbove")
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+BENCHMARK_CAPTURE(paint, mixed10, Modes::mixed, 10)
+    ->Name("Cache/paint/mixed/middle")
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+BENCHMARK_CAPTURE(paint, mixed19, Modes::mixed, 19)
+    ->Name("Cache/paint/mixed/bottom")
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 BENCHMARK(panZoom)
     ->Name("Cache/panZoom")

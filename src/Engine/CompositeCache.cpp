@@ -18,7 +18,8 @@ bool isOwned(const CompositeCache::Content& content) {
 } // namespace
 
 CompositeCache::CompositeCache(PixelDevice& device, TileStore& store, const Executor* actor)
-    : device_(device), store_(store), actor_(actor), levels_(1), classifier_(program_) {}
+    : device_(device), store_(store), actor_(actor), levels_(1), classifier_(program_),
+      stops_(store) {}
 
 void CompositeCache::checkActor() const {
     OMBREL_CHECK(actor_ == nullptr || actor_->isCurrent(), "caches are used on the render actor");
@@ -39,6 +40,7 @@ void CompositeCache::update(CompositeProgram program, PixelSize canvas, bool per
         markEverything();
     } else if (const auto changes = programChanges(program_, program)) {
         mark(*changes);
+        stops_.update(program, *changes);
     } else {
         markEverything();
     }
@@ -52,6 +54,12 @@ void CompositeCache::drop() {
     for (Level& entries : levels_)
         Level().swap(entries);
     ownedCount_ = 0;
+    stops_.drop();
+}
+
+void CompositeCache::markEverything() {
+    ++generation_;
+    stops_.drop();
 }
 
 bool CompositeCache::isReady(int level, std::span<const TileCoord> coords) const {

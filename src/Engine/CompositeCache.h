@@ -12,6 +12,7 @@
 #include "Base/Executor.h"
 #include "Core/DocumentState.h"
 #include "Engine/CompositeBuffer.h"
+#include "Engine/CompositeStops.h"
 #include "Engine/PixelDevice.h"
 #include "Engine/ProgramDiff.h"
 #include "Engine/PyramidGeometry.h"
@@ -85,8 +86,10 @@ public:
     std::size_t lastCompositedTiles() const { return lastCompositedTiles_; }
     std::size_t lastDownsampledTiles() const { return lastDownsampledTiles_; }
     std::size_t ownedCount() const { return ownedCount_; }
+    /// Of its buffers, and of what it keeps for going on with changing tiles.
     std::int64_t ownedBytes() const {
-        return static_cast<std::int64_t>(ownedCount_ * bytesPerTile(TileFormat::rgba16Float));
+        return static_cast<std::int64_t>(ownedCount_ * bytesPerTile(TileFormat::rgba16Float)) +
+               stops_.bytes();
     }
     std::size_t entryCount() const;
     /// What compositing a tile of this program took lately.
@@ -103,7 +106,7 @@ private:
     void put(int level, TileCoord coord, Content content);
     void checkActor() const;
 
-    void markEverything() { ++generation_; }
+    void markEverything();
     void mark(const ProgramChanges& changes);
     bool markDifference(const ProgramChanges::Difference& difference, std::size_t limit);
     void markCovered(std::span<const ProgramChanges::Cover> covers);
@@ -115,6 +118,7 @@ private:
     PyramidGeometry geometry_;
     CompositeProgram program_; ///< of the last update
     std::optional<TileClassifier> classifier_;
+    CompositeStops stops_;
     bool perceptualBlend_ = true;
     std::uint64_t generation_ = 1; ///< raised when everything changes
     std::uint64_t refreshCount_ = 0;

@@ -8,6 +8,8 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <variant>
 #include <vector>
@@ -35,10 +37,21 @@ struct LayerSource {
     GPULayerInput record() const;
 };
 
+/// A program in one tile as it stands before a step: the accumulators of all levels that are open
+/// there, in the device's own layout. Where more than one is open, the step has content.
+struct ProgramStop {
+    std::uint32_t step = 0;          ///< an index into the program
+    std::vector<std::byte*> buffers; ///< two tiles of rgba16Float a level, outermost first
+};
+
 struct CompositeJob {
     std::byte* output = nullptr;     ///< a tile of halves
     std::vector<LayerSource> inputs; ///< one for each step of the program
     TileCoord coord;                 ///< of the output on the canvas
+    std::optional<ProgramStop> resumed =
+        std::nullopt; ///< go on from here; earlier steps count as done
+    std::optional<ProgramStop> kept =
+        std::nullopt; ///< write down how things stand here, on the way
 };
 
 /// Jobs that share a program.

@@ -72,8 +72,9 @@ CompositeJobBuilder::CompositeJobBuilder(const CompositeProgram& program) {
     }
 }
 
-void CompositeJobBuilder::appendTiles(TileCoord coord, std::vector<Tile>& tiles) const {
-    for (const Step& step : steps_) {
+void CompositeJobBuilder::appendTiles(TileCoord coord, std::size_t firstStep,
+                                      std::vector<Tile>& tiles) const {
+    for (const Step& step : std::span(steps_).subspan(firstStep)) {
         if (step.pixels == nullptr) continue;
         const TileQuad quad = TileQuad::at(*step.pixels, step.shift, coord);
         if (!quad.hasContent()) continue;
@@ -83,11 +84,11 @@ void CompositeJobBuilder::appendTiles(TileCoord coord, std::vector<Tile>& tiles)
     }
 }
 
-CompositeJob CompositeJobBuilder::job(TileCoord coord, std::byte* output,
+CompositeJob CompositeJobBuilder::job(TileCoord coord, std::size_t firstStep, std::byte* output,
                                       ResourceTracker& tracker) const {
     CompositeJob job{.output = output, .inputs = {}, .coord = coord};
     job.inputs.resize(steps_.size());
-    for (std::size_t i = 0; i < steps_.size(); ++i) {
+    for (std::size_t i = firstStep; i < steps_.size(); ++i) {
         const Step& step = steps_[i];
         LayerSource& source = job.inputs[i];
         if (step.pixels == nullptr) continue;

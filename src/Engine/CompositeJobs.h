@@ -6,6 +6,7 @@
 #include "Engine/ResourceTracker.h"
 #include "Engine/TileQuad.h"
 
+#include <cstddef>
 #include <span>
 #include <vector>
 
@@ -19,10 +20,12 @@ class CompositeJobBuilder {
 public:
     explicit CompositeJobBuilder(const CompositeProgram& program);
 
-    /// The stored tiles that the composite of `coord` reads.
-    void appendTiles(TileCoord coord, std::vector<Tile>& tiles) const;
-    /// One input for each step; the tiles it reads are pinned by the tracker.
-    CompositeJob job(TileCoord coord, std::byte* output, ResourceTracker& tracker) const;
+    /// The stored tiles that the composite of `coord` reads from a step on.
+    void appendTiles(TileCoord coord, std::size_t firstStep, std::vector<Tile>& tiles) const;
+    /// One input for each step, empty ones before the first; the tiles it reads are pinned by the
+    /// tracker.
+    CompositeJob job(TileCoord coord, std::size_t firstStep, std::byte* output,
+                     ResourceTracker& tracker) const;
 
 private:
     struct Step {

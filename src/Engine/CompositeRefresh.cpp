@@ -5,6 +5,7 @@
 #include "Engine/CompositeRun.h"
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 #include <unordered_set>
 #include <utility>
@@ -130,7 +131,14 @@ void CompositeCache::Refresh::composite() {
     if (composites_.empty()) return;
     const TimingInterval interval("EncodeComposite");
     const Clock::time_point begin = Clock::now();
-    const CompositeRun run(cache_.program_, cache_.perceptualBlend_, cache_.device_, cache_.store_);
+    std::vector<TileCoord> changed;
+    std::ranges::copy_if(composites_, std::back_inserter(changed), [this](TileCoord coord) {
+        const Entry* entry = cache_.find(0, coord);
+        return entry != nullptr && entry->validIn == 0;
+    });
+    cache_.stops_.begin(changed, budget_.ownedBytes / 4);
+    const CompositeRun run(cache_.program_, cache_.perceptualBlend_, cache_.device_, cache_.store_,
+                           &cache_.stops_);
     const auto result =
         run.run(composites_, nullptr, nullptr,
                 [&](std::span<const TileCoord> coords, std::span<TileBuffer> buffers) {
@@ -236,6 +244,7 @@ bool CompositeCache::Refresh::isNeeded(int level, TileCoord coord, const Entry& 
 
 void CompositeCache::Refresh::trim() {
     if (cache_.ownedBytes() <= budget_.ownedBytes) return;
+    cache_.stops_.dropUnused();
     struct Candidate {
         std::uint64_t lastUse;
         int level;

@@ -1,7 +1,5 @@
 #include "Engine/CompositeRun.h"
 
-#include "Engine/CompositeJobs.h"
-
 #include <algorithm>
 #include <optional>
 #include <vector>
@@ -22,14 +20,31 @@ void recycle(std::vector<TileBuffer>& buffers, TileStore& store) {
     buffers.clear();
 }
 
+} // namespace
+
+std::size_t CompositeRun::firstStep(TileCoord coord) const {
+    return stops_ != nullptr ? stops_->firstStep(program_, coord) : 0;
+}
+
+void CompositeRun::settle(bool isDone) const {
+    if (stops_ == nullptr) return;
+    if (isDone) {
+        stops_->commit();
+    } else {
+        stops_->abandon();
+    }
+}
+
 /// How many of the tiles make the next batch, and the stored tiles that these read.
-std::size_t nextBatch(const CompositeJobBuilder& builder, std::span<const TileCoord> coords,
-                      std::int64_t byteLimit, std::vector<Tile>& tiles) {
+std::size_t CompositeRun::nextBatch(const CompositeJobBuilder& builder,
+                                    std::span<const TileCoord> coords,
+                                    std::vector<Tile>& tiles) const {
+    const std::int64_t byteLimit = store_.budget().residentBytes / 4;
     const std::size_t most = std::min(coords.size(), CompositeRun::tilesOfBatch);
     std::int64_t bytes = 0;
     for (std::size_t count = 0; count < most; ++count) {
         const std::size_t before = tiles.size();
-        builder.appendTiles(coords[count], tiles);
+        builder.appendTiles(coords[count], firstStep(coords[count]), tiles);
         for (std::size_t i = before; i < tiles.size(); ++i)
             bytes += static_cast<std::int64_t>(bytesPerTile(tiles[i].format()));
         if (bytes > byteLimit && count > 0) {
@@ -40,14 +55,11 @@ std::size_t nextBatch(const CompositeJobBuilder& builder, std::span<const TileCo
     return most;
 }
 
-} // namespace
-
 std::expected<void, EngineError> CompositeRun::run(std::span<const TileCoord> coords,
                                                    const Progress* cancellation, Progress* report,
                                                    const Consume& consume) const {
     const CompositeJobBuilder builder(program_);
     const std::vector<GPUCompositeLayer> records = compositeRecords(program_);
-    const std::int64_t byteLimit = store_.budget().residentBytes / 4;
     std::vector<Tile> tiles;
     std::vector<TileBuffer> buffers;
     std::vector<CompositeJob> jobs;
@@ -55,16 +67,18 @@ std::expected<void, EngineError> CompositeRun::run(std::span<const TileCoord> co
         if (isCancelled(cancellation)) return std::unexpected(EngineError::cancelled());
         store_.keepPace();
         tiles.clear();
-        const std::size_t count = nextBatch(builder, coords.subspan(done), byteLimit, tiles);
+        const std::size_t count = nextBatch(builder, coords.subspan(done), tiles);
         TileStore::prefetch(tiles);
         const std::span<const TileCoord> batch = coords.subspan(done, count);
         ResourceTracker tracker;
         jobs.clear();
         for (const TileCoord coord : batch) {
             buffers.push_back(store_.acquireBuffer(TileFormat::rgba16Float));
-            jobs.push_back(builder.job(coord, buffers.back().bytes(), tracker));
+            jobs.push_back(builder.job(coord, firstStep(coord), buffers.back().bytes(), tracker));
+            if (stops_ != nullptr) stops_->attach(program_, jobs.back());
         }
         const auto result = device_.composite({records, perceptual_, jobs}, cancellation);
+        settle(result.has_value());
         if (result) consume(batch, buffers);
         recycle(buffers, store_);
         if (!result) return result;

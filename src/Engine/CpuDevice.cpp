@@ -29,6 +29,10 @@ void runJob(const CompositeJob& job, const Kernels::CompositePlan& plan, std::ui
     for (const LayerSource& source : job.inputs)
         inputs.push_back(source.record());
     const std::vector<std::uint32_t> liveSteps = plan.liveSteps(inputs);
+    const auto stoppedAt = [&](const std::optional<ProgramStop>& stop) {
+        return stop ? Kernels::StoppedRows{stop->buffers, plan.placeOf(stop->step)}
+                    : Kernels::StoppedRows{};
+    };
     Kernels::compositeRows({.plan = &plan,
                             .liveSteps = liveSteps,
                             .inputs = inputs,
@@ -37,6 +41,8 @@ void runJob(const CompositeJob& job, const Kernels::CompositePlan& plan, std::ui
                             .firstRow = firstRow,
                             .rowCount = rowCount,
                             .output = reinterpret_cast<std::uint16_t*>(job.output),
+                            .resumed = stoppedAt(job.resumed),
+                            .kept = stoppedAt(job.kept),
                             .scratch = &scratchOfThisThread()});
 }
 

@@ -26,6 +26,15 @@ bool haveOneShape(const CompositeStep& before, const CompositeStep& after) {
     return std::get<EndStep>(before.value).isolated == std::get<EndStep>(after.value).isolated;
 }
 
+bool areDifferent(const TileGrid& before, const TileGrid& after) {
+    bool different = false;
+    TileGrid::diff(before, after, [&](TileCoord, const TileCell&, const TileCell&) {
+        different = true;
+        return false;
+    });
+    return different;
+}
+
 class ProgramComparison {
 public:
     ProgramComparison(const CompositeProgram& before, const CompositeProgram& after)
@@ -40,6 +49,7 @@ private:
     static MaskChange compare(const LayerMask* before, const LayerMask* after);
     void compareLayers(std::size_t index);
     bool compareEnds(std::size_t index);
+    void noteChange(std::size_t index, bool changesMode);
     void addCovered(const PixelLayer& layer);
     void addMaskDifference(const LayerMask& before, const LayerMask& after);
     /// The tiles of all layers from the begin of the level that ends at `index`.
@@ -92,7 +102,9 @@ void ProgramComparison::compareLayers(std::size_t index) {
     const bool isSameLayer = isSameKind && before.offset == after.offset &&
                              before.properties.opacity == after.properties.opacity &&
                              before.properties.blendMode == after.properties.blendMode;
+    const bool isSameMode = isSameKind && before.properties.blendMode == after.properties.blendMode;
     if (!isSameLayer || mask == MaskChange::everywhere) {
+        noteChange(index, !isSameMode);
         // A layer does nothing where it has no cell, whatever its properties.
         addCovered(before);
         addCovered(after);
@@ -100,6 +112,13 @@ void ProgramComparison::compareLayers(std::size_t index) {
     }
     changes_.differences.push_back({&before.pixels, &after.pixels, before.offset});
     if (mask == MaskChange::pixels) addMaskDifference(*maskBefore, *maskAfter);
+    if (mask == MaskChange::pixels || areDifferent(before.pixels, after.pixels))
+        noteChange(index, false);
+}
+
+void ProgramComparison::noteChange(std::size_t index, bool changesMode) {
+    if (!changes_.firstStep) changes_.firstStep = index;
+    changes_.changesModes = changes_.changesModes || changesMode;
 }
 
 bool ProgramComparison::compareEnds(std::size_t index) {
@@ -111,6 +130,7 @@ bool ProgramComparison::compareEnds(std::size_t index) {
     if (mask == MaskChange::pixels) addMaskDifference(*maskBefore, *maskAfter);
     const bool isSame = before.opacity == after.opacity && before.blendMode == after.blendMode &&
                         mask != MaskChange::everywhere;
+    if (!isSame || mask != MaskChange::none) noteChange(index, before.blendMode != after.blendMode);
     const bool isKnown = isSame || addLevel(index);
     if (!begins_.empty()) begins_.pop_back();
     return isKnown;

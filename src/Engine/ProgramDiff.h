@@ -10,6 +10,7 @@
 #include "Core/CompositeProgram.h"
 #include "Core/Geometry.h"
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -28,6 +29,9 @@ struct ProgramChanges {
         PixelOffset offset;
     };
 
+    /// The first step of which something differs; absent where nothing does.
+    std::optional<std::size_t> firstStep = std::nullopt;
+    bool changesModes = false;           ///< of blending, or whether a layer is clipped
     std::vector<Difference> differences; ///< the cells that differ changed
     std::vector<Cover> covers;           ///< everything the grid touches changed
 

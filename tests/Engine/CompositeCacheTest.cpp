@@ -184,6 +184,96 @@ TEST_F(PyramidModel, equalsAFreshPyramidAfterAnyEdits) {
     }
 }
 
+/// A stroke, a drag, a mask that is painted: one node changes again and again.
+void editAgain(RandomDocument& random, DocumentState& state, LayerID id) {
+    PixelMaker& maker = random.maker();
+    state.update(id, [&](LayerNode& node) {
+        PixelLayer* layer = node.writePixelLayer();
+        const TileCoord coord{static_cast<std::int32_t>(maker.below(3)),
+                              static_cast<std::int32_t>(maker.below(2))};
+        if (layer == nullptr || maker.oneIn(4)) {
+            node.writeProperties().opacity = maker.unit();
+        } else if (std::optional<LayerMask>& mask = node.writeMask(); mask && maker.oneIn(2)) {
+            mask->pixels.set(coord, random.maskTile());
+        } else if (maker.oneIn(5)) {
+            layer->pixels.set(coord, std::nullopt);
+        } else {
+            layer->pixels.set(coord, random.tile());
+        }
+    });
+}
+
+TEST_F(PyramidModel, goesOnFromBelowWhatKeepsChangingAsIfFromTheGround) {
+    for (std::uint64_t round = 0; round < 4; ++round) {
+        RandomDocument document(seed + round, *store, {700, 500});
+        PixelMaker& maker = document.maker();
+        DocumentState state = document.make();
+        std::vector<LayerNode> ground = stacked({700, 500}, 4).allNodes();
+        state.insert(std::move(ground), std::nullopt, 0);
+        if (maker.oneIn(2)) { // the same within a group
+            GroupLayer group;
+            group.properties.blendMode =
+                maker.oneIn(2) ? BlendMode::passThrough : BlendMode::normal;
+            group.children = state.root->children;
+            state.root.write().children.clear();
+            state.root.write().children.emplace_back(std::move(group));
+        }
+        cache.drop();
+        LayerID hot = state.allNodes().back().id();
+        for (int step = 0; step < 32; ++step) {
+            SCOPED_TRACE(testing::Message() << "seed " << seed + round << " step " << step);
+            show(state);
+            CompositeCache::Budget budget;
+            if (maker.oneIn(4)) budget.ownedBytes = 40 * megabyte;
+            if (maker.oneIn(4)) budget.tiles = 1 + maker.below(4);
+            const auto level = static_cast<int>(maker.below(2));
+            const std::vector<TileCoord> view = listed(cache.geometry().tiles(level));
+            while (!refresh(level, view, budget))
+                ASSERT_GT(cache.lastCompositedTiles() + cache.lastDownsampledTiles(), 0u);
+            PyramidReference reference(state, device, *store);
+            expectPixels(level, view, reference);
+            const std::vector<LayerNode> nodes = state.allNodes();
+            if (maker.oneIn(6)) hot = nodes[maker.below(nodes.size())].id();
+            if (maker.oneIn(9)) document.edit(state);
+            editAgain(document, state, hot);
+        }
+    }
+    EXPECT_GT(device.resumed, 20u);
+    EXPECT_GT(device.resumedInGroup, 0u);
+}
+
+TEST_F(CompositeCacheTest, keepsWhatLiesBelowAChangingLayerWithinItsMemory) {
+    DocumentState state = stacked({1024, 1024}, 5);
+    show(state);
+    EXPECT_TRUE(refreshAll(0));
+    EXPECT_EQ(cache.ownedBytes(), 8 * megabyte);
+    const auto paint = [&] {
+        change(state, [&](PixelLayer& layer) {
+            for (const TileCoord coord : TileRange{0, 0, 3, 1})
+                layer.pixels.set(coord, random.tile());
+        });
+        show(state);
+        device.resumed = 0;
+    };
+    paint();
+    EXPECT_TRUE(refresh(0, listed({0, 0, 3, 3}), {.ownedBytes = 20 * megabyte}));
+    EXPECT_EQ(cache.ownedBytes(), (8 + 5) * megabyte)
+        << "of eight tiles as many as a quarter holds";
+    paint();
+    EXPECT_TRUE(refreshAll(0));
+    EXPECT_EQ(device.resumed, 5u);
+    EXPECT_EQ(cache.ownedBytes(), (8 + 8) * megabyte);
+    paint();
+    EXPECT_TRUE(refreshAll(0));
+    EXPECT_EQ(device.resumed, 8u);
+    state.update(state.allNodes().front().id(),
+                 [](LayerNode& node) { node.writeProperties().opacity = 0.5f; });
+    show(state);
+    EXPECT_EQ(cache.ownedBytes(), 8 * megabyte) << "nothing above the lowest layer holds";
+    cache.drop();
+    EXPECT_EQ(cache.ownedBytes(), 0);
+}
+
 TEST_F(CompositeCacheTest, worksOnlyOnDirtyTilesInView) {
     DocumentState state = stacked({2048, 1024}, 2);
     show(state);

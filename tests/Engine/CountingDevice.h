@@ -13,6 +13,10 @@ public:
     std::expected<void, EngineError> composite(const CompositeBatch& batch,
                                                const Progress* progress) override {
         batches.push_back(batch.jobs.size());
+        for (const CompositeJob& job : batch.jobs) {
+            resumed += job.resumed ? 1 : 0;
+            resumedInGroup += job.resumed && job.resumed->buffers.size() > 2 ? 1 : 0;
+        }
         if (beforeBatch) beforeBatch();
         return device_.composite(batch, progress);
     }
@@ -32,6 +36,8 @@ public:
 
     std::vector<std::size_t> batches; ///< jobs of each call
     std::size_t downsampled = 0;      ///< jobs of all calls
+    std::size_t resumed = 0;          ///< jobs that went on from where they had stopped
+    std::size_t resumedInGroup = 0;   ///< of these, with more than one level open
     std::function<void()> beforeBatch;
 
 private:

@@ -66,7 +66,11 @@ public:
     RowsRun(const CompositeRowsArguments& in, std::uint32_t firstRow, std::uint32_t rowCount)
         : in_(in), firstRow_(firstRow), rowCount_(rowCount),
           pixelCount_(std::size_t{rowCount} * tileEdge) {
-        clear();
+        if (in_.resumed.buffers.empty()) {
+            clear();
+        } else {
+            resume();
+        }
     }
 
     /// `next`: what the step after this one will read, or null.
@@ -81,9 +85,12 @@ public:
             return end(step);
         }
     }
+    /// Writes down how things stand.
+    void keep() const;
     void store();
 
 private:
+    void resume();
     float* accumulator() { return in_.scratch->level(depth_); }
     void clear() { std::fill_n(accumulator(), 4 * pixelCount_, 0.0f); }
     BlendRowsArguments arguments(const CompositePlan::Step& step);
@@ -103,6 +110,17 @@ private:
     std::size_t depth_ = 0;
     const std::uint16_t* next_ = nullptr;
 };
+
+void RowsRun::resume() {
+    depth_ = in_.resumed.levelCount() - 1;
+    for (std::size_t level = 0; level <= depth_; ++level)
+        std::copy_n(in_.resumed.rows(level, firstRow_), 4 * pixelCount_, in_.scratch->level(level));
+}
+
+void RowsRun::keep() const {
+    for (std::size_t level = 0; level <= depth_; ++level)
+        std::copy_n(in_.scratch->level(level), 4 * pixelCount_, in_.kept.rows(level, firstRow_));
+}
 
 BlendRowsArguments RowsRun::arguments(const CompositePlan::Step& step) {
     return {.accumulator = accumulator(),
@@ -232,15 +250,23 @@ const std::uint16_t* plainRows(const CompositeRowsArguments& in, std::uint32_t p
 void compositeRowsOnTarget(const CompositeRowsArguments& in) {
     const std::uint32_t endRow = in.firstRow + in.rowCount;
     const std::size_t count = in.liveSteps.size();
+    const auto firstFrom = [&](const StoppedRows& stop) {
+        const auto at = std::ranges::lower_bound(in.liveSteps, stop.place);
+        return static_cast<std::size_t>(at - in.liveSteps.begin());
+    };
+    const std::size_t first = in.resumed.buffers.empty() ? 0 : firstFrom(in.resumed);
+    const std::size_t keptBefore = in.kept.buffers.empty() ? count + 1 : firstFrom(in.kept);
     for (std::uint32_t row = in.firstRow; row < endRow; row += CompositeScratch::rowsAtOnce) {
         RowsRun run(in, row, std::min(CompositeScratch::rowsAtOnce, endRow - row));
-        for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t i = first; i < count; ++i) {
+            if (i == keptBefore) run.keep();
             const bool isLast = i + 1 == count;
             const std::uint16_t* next =
-                plainRows(in, in.liveSteps[isLast ? 0 : i + 1],
+                plainRows(in, in.liveSteps[isLast ? first : i + 1],
                           isLast ? row + CompositeScratch::rowsAtOnce : row);
             run.run(in.plan->steps()[in.liveSteps[i]], next);
         }
+        if (keptBefore == count) run.keep();
         run.store();
     }
 }

@@ -45,6 +45,9 @@ public:
     /// clipping, which subtracts nearly equal numbers and blends on with what is left.
     bool isPrecise() const { return isPrecise_; }
 
+    /// Of a layer, of a begin or of an end that is not within any group.
+    std::uint32_t placeOf(std::uint32_t step) const;
+
     /// Places of the steps that do something in a tile: layers with content, and groups that hold
     /// one of those.
     std::vector<std::uint32_t> liveSteps(std::span<const GPULayerInput> inputs) const;
@@ -76,6 +79,16 @@ private:
     std::unique_ptr<float[], Free> floats_;
 };
 
+/// A program stopped in a tile (see ProgramStop), with the levels' accumulators as the kernel has
+/// them: 128 rows a buffer, eight rows after eight rows.
+struct StoppedRows {
+    std::span<std::byte* const> buffers; ///< none: not stopped
+    std::uint32_t place = 0;             ///< of the step among the steps of the plan
+
+    std::size_t levelCount() const { return buffers.size() / 2; }
+    float* rows(std::size_t level, std::uint32_t firstRow) const;
+};
+
 struct CompositeRowsArguments {
     const CompositePlan* plan = nullptr;
     std::span<const std::uint32_t> liveSteps;
@@ -85,6 +98,8 @@ struct CompositeRowsArguments {
     std::uint32_t firstRow = 0; ///< rows of the tile to compute
     std::uint32_t rowCount = 256;
     std::uint16_t* output = nullptr; ///< the whole tile, 256 rows of 256 interleaved pixels
+    StoppedRows resumed = {};        ///< to go on from; live steps before it are passed over
+    StoppedRows kept = {};           ///< to be written when the steps before it are done
     CompositeScratch* scratch = nullptr;
 };
 

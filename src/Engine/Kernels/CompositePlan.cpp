@@ -2,6 +2,7 @@
 #include "Core/BlendMath.h"
 #include "Engine/Kernels/CompositeKernel.h"
 
+#include <algorithm>
 #include <new>
 
 namespace ombrel::Kernels {
@@ -52,6 +53,11 @@ CompositePlan::CompositePlan(std::span<const GPUCompositeLayer> program, bool pe
     }
 }
 
+std::uint32_t CompositePlan::placeOf(std::uint32_t step) const {
+    const auto found = std::ranges::lower_bound(steps_, step, {}, &Step::index);
+    return static_cast<std::uint32_t>(found - steps_.begin());
+}
+
 std::vector<std::uint32_t> CompositePlan::liveSteps(std::span<const GPULayerInput> inputs) const {
     std::vector<std::uint32_t> live;
     std::vector<std::size_t> begins; // where the open groups begin in `live`
@@ -95,6 +101,12 @@ CompositeScratch::CompositeScratch()
 
 void CompositeScratch::Free::operator()(float* floats) const {
     ::operator delete(floats, alignment);
+}
+
+float* StoppedRows::rows(std::size_t level, std::uint32_t firstRow) const {
+    constexpr std::uint32_t rowsOfBuffer = 128;
+    std::byte* buffer = buffers[2 * level + firstRow / rowsOfBuffer];
+    return reinterpret_cast<float*>(buffer) + 4 * std::size_t{256} * (firstRow % rowsOfBuffer);
 }
 
 float* CompositeScratch::planarSource() {
