@@ -23,6 +23,10 @@ ExitStatus fail(ExitStatus status, std::string message) {
     return status;
 }
 
+int status(ExitStatus exit) {
+    return static_cast<int>(exit);
+}
+
 /// A verb with the part of the command line that is its own.
 struct DeclaredVerb {
     std::unique_ptr<Verb> verb;
@@ -50,8 +54,10 @@ ExitStatus runVerb(Verb& verb, const VerbRunOptions& options) {
     return ExitStatus::done;
 }
 
-ExitStatus runParsed(int argc, char** argv) {
-    CLI::App app("Ombrel, a raster image editor", "ombrel");
+int runParsed(int argc, char** argv, const EditorFront& editor) {
+    CLI::App app("Ombrel, a raster image editor.\n\nWithout a verb it opens the editor on the "
+                 "files given. The verbs work without a window.",
+                 "ombrel");
     app.set_version_flag("--version", "ombrel " OMBREL_VERSION);
     app.require_subcommand(0, 1);
     std::vector<std::string> files;
@@ -61,23 +67,23 @@ ExitStatus runParsed(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() != 0) return fail(ExitStatus::wrongUsage, error.what());
+        if (error.get_exit_code() != 0) return status(fail(ExitStatus::wrongUsage, error.what()));
         app.exit(error); // help and version
-        if (std::cout.flush() && std::fflush(stdout) == 0) return ExitStatus::done;
-        return fail(ExitStatus::failed, "standard output could not be written");
+        if (std::cout.flush() && std::fflush(stdout) == 0) return status(ExitStatus::done);
+        return status(fail(ExitStatus::failed, "standard output could not be written"));
     }
     for (const DeclaredVerb& each : declared) {
-        if (each.options->parsed()) return runVerb(*each.verb, runOptions);
+        if (each.options->parsed()) return status(runVerb(*each.verb, runOptions));
     }
-    return fail(ExitStatus::failed, "This build has no window yet. Try ombrel --help.");
+    return editor(files);
 }
 
 } // namespace
 
-int runCommandLine(int argc, char** argv) {
+int runCommandLine(int argc, char** argv, const EditorFront& editor) {
     // A file that may grow no further is a write error, told like a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
-    return static_cast<int>(runParsed(argc, argv));
+    return runParsed(argc, argv, editor);
 }
 
 } // namespace ombrel

@@ -160,6 +160,27 @@ void DocumentSession::setActiveLayer(LayerID id) {
     announceChange();
 }
 
+bool DocumentSession::replaceDocument(DocumentState state, std::string historyName) {
+    checkThread();
+    if (*_isLiveEditing || queuedOperations_ > 0) return false;
+    const auto self = shared_from_this();
+    discard(_history.updateQuietly([&](History& history) {
+        return std::exchange(history, History(state, std::move(historyName),
+                                              history.maximumStates(), history.memoryBudget()));
+    }));
+    show(std::move(state));
+    _selectedLayerIDs.updateQuietly([](std::set<LayerID>& selected) { selected.clear(); });
+    _maskTargetID.updateQuietly([](std::optional<LayerID>& target) { target.reset(); });
+    _maskViewID.updateQuietly([](std::optional<LayerID>& shown) { shown.reset(); });
+    _state.tell();
+    _history.tell();
+    _selectedLayerIDs.tell();
+    _maskTargetID.tell();
+    _maskViewID.tell();
+    announceChange();
+    return true;
+}
+
 std::optional<LayerID> DocumentSession::maskTarget() const {
     checkThread();
     if (!*_maskTargetID || *_maskTargetID != _state->activeLayerID) return std::nullopt;

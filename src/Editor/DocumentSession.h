@@ -144,6 +144,9 @@ public:
     /// Makes a layer the active one, without a history entry, and selects it alone unless it is
     /// selected already. Nothing during a live edit or for an unknown layer.
     void setActiveLayer(LayerID id);
+    /// Another document from its beginning: its state, and a history of the one entry named. False,
+    /// and nothing is done, during a live edit and while operations are queued.
+    [[nodiscard]] bool replaceDocument(DocumentState state, std::string historyName);
     /// The layer whose mask receives edits: the one asked for, while it is active and has a mask.
     std::optional<LayerID> maskTarget() const;
     void setViewTransform(const ViewTransform& transform);

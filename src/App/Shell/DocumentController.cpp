@@ -1,0 +1,284 @@
+#include "App/Shell/DocumentController.h"
+
+#include "App/Shell/Activities.h"
+#include "App/Shell/Dialogs.h"
+#include "App/Shell/DocumentWindow.h"
+#include "App/Shell/NewDocumentForm.h"
+#include "App/Shell/StartWindow.h"
+#include "App/Shell/Thumbnails.h"
+
+#include <QPointer>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace ombrel {
+
+namespace {
+
+/// Absolute, links followed, whether or not the file is there.
+std::filesystem::path resolved(const std::filesystem::path& path) {
+    std::error_code error;
+    const auto canonical = std::filesystem::weakly_canonical(path, error);
+    return error ? std::filesystem::absolute(path, error) : canonical;
+}
+
+void raise(QWidget& window) {
+    if (window.isMinimized()) window.showNormal();
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+} // namespace
+
+DocumentController::DocumentController(AppServices& services, std::function<void()> ended)
+    : services_(services), ended_(std::move(ended)), recentFiles_(services.settings),
+      thumbnails_(std::make_unique<Thumbnails>(services)) {}
+
+DocumentController::~DocumentController() {
+    isTerminating_ = true;
+    for (const auto& document : Documents(documents_))
+        document->close();
+    delete startWindow_;
+}
+
+void DocumentController::start(const std::vector<Path>& files) {
+    offerRecovery();
+    openFiles(files);
+    showStartWindowIfEmpty();
+}
+
+void DocumentController::activate(const std::vector<Path>& files) {
+    if (!files.empty()) return openFiles(files);
+    if (startWindow_ == nullptr && !documents_.empty()) {
+        return raise(*documents_.back()->window());
+    }
+    showStartWindow();
+}
+
+void DocumentController::offerRecovery() {
+    isRecovering_ = true;
+    postWithAnswer(
+        services_.recoveryWriter,
+        [&store = services_.recovery] {
+            store.removeOrphans();
+            return store.entries();
+        },
+        services_.main,
+        [this](std::vector<RecoveryStore::Entry> entries) {
+            std::ranges::reverse(entries); // taken from the end, the oldest first
+            offerNext(std::make_shared<std::vector<RecoveryStore::Entry>>(std::move(entries)));
+        });
+}
+
+void DocumentController::offerNext(std::shared_ptr<std::vector<RecoveryStore::Entry>> entries) {
+    if (entries->empty() || isTerminating_) {
+        isRecovering_ = false;
+        return showStartWindowIfEmpty();
+    }
+    const RecoveryStore::Entry entry = entries->back();
+    entries->pop_back();
+    auto activity = services_.activities.begin(fmt::format("Recovering {}", entry.name));
+    postWithAnswer(
+        services_.worker,
+        [&services = services_, entry, progress = activity->progress()] {
+            auto board = services.recovery.read(entry, services.store, progress.get());
+            const bool isKept = board || progress->isCancelled() ||
+                                (std::holds_alternative<FileError>(board.error()) &&
+                                 std::get<FileError>(board.error()).code == EBUSY);
+            if (!isKept) services.recovery.remove(entry.id);
+            if (!board) services.recovery.release(entry.id);
+            return board;
+        },
+        services_.main,
+        [this, entries, entry, activity](auto board) mutable {
+            activity.reset();
+            if (board && !isTerminating_) {
+                const auto document = ImageDocument::create(services_, *this);
+                document->takeRecovered(entry, std::move(*board));
+                add(document);
+            }
+            offerNext(entries);
+        });
+}
+
+void DocumentController::add(const std::shared_ptr<ImageDocument>& document) {
+    documents_.push_back(document);
+    document->makeWindowControllers();
+    if (startWindow_ != nullptr) startWindow_->closeForDocument();
+    startWindow_ = nullptr;
+}
+
+void DocumentController::newDocument(QWidget* on) {
+    if (on == nullptr) return showStartWindow();
+    NewDocumentForm::showOn(
+        *on, services_.settings,
+        [this](const Canvas& canvas, const auto& background) { makeDocument(canvas, background); });
+}
+
+void DocumentController::makeDocument(const Canvas& canvas,
+                                      const DocumentState::Background& background) {
+    ++untitledCount_;
+    const auto document = ImageDocument::create(services_, *this);
+    document->takeNew(
+        Board(DocumentState::make(canvas, background, true, services_.store), "Node 1"),
+        untitledCount_ == 1 ? "Untitled" : fmt::format("Untitled {}", untitledCount_));
+    add(document);
+}
+
+void DocumentController::chooseAndOpen(QWidget* on) {
+    services_.dialogs.chooseFilesToOpen(
+        on, lastFolder(), [this, on = QPointer<QWidget>(on)](const std::vector<Path>& paths) {
+            openFiles(paths, on.data());
+        });
+}
+
+void DocumentController::openFiles(const std::vector<Path>& paths, QWidget* on) {
+    for (const Path& path : paths)
+        openFile(resolved(path), on);
+}
+
+void DocumentController::openFile(const Path& path, QWidget* on) {
+    for (const auto& document : documents_) {
+        if (document->source() == path && document->fileURL() == path)
+            return raise(*document->window());
+    }
+    if (!opening_.insert(path).second) return;
+    const auto document = ImageDocument::create(services_, *this);
+    auto activity = services_.activities.begin(fmt::format("Opening {}", path.filename().string()));
+    postWithAnswer(
+        services_.worker,
+        [reading = document.get(), path, progress = activity->progress()] {
+            return reading->readFromURL(path, *progress);
+        },
+        services_.main,
+        [this, document, path, activity, on = QPointer<QWidget>(on)](auto read) mutable {
+            opening_.erase(path);
+            activity.reset();
+            if (!isTerminating_) finishOpening(document, path, on.data(), read);
+        });
+}
+
+void DocumentController::finishOpening(const std::shared_ptr<ImageDocument>& document,
+                                       const Path& path, QWidget* on,
+                                       const std::expected<void, DocumentReadError>& read) {
+    if (!read) {
+        if (!read.error().isCancelled()) tellNotOpened(on, path, read.error().text());
+        return showStartWindowIfEmpty();
+    }
+    if (!document->takeFile(path)) {
+        tellNotOpened(on, path, "It is open in another Ombrel. Close it there first.");
+        return showStartWindowIfEmpty();
+    }
+    add(document);
+    noteFile(*document);
+}
+
+// Where the window that asked has gone, or there never was one, the start window tells it.
+void DocumentController::tellNotOpened(QWidget* on, const Path& path, const std::string& text) {
+    if (on == nullptr && documents_.empty()) showStartWindow();
+    QWidget* const where = on != nullptr ? on : startWindow_;
+    services_.dialogs.tellFailure(
+        where, fmt::format("“{}” could not be opened.", path.filename().string()), text);
+}
+
+void DocumentController::noteFile(const ImageDocument& document) {
+    recentFiles_.note(*document.source());
+    thumbnails_->make(*document.source(), document.board().activeNode().state);
+}
+
+DocumentController::Path DocumentController::lastFolder() const {
+    const std::vector<Path> recent = recentFiles_.paths();
+    std::error_code error;
+    if (!recent.empty() && std::filesystem::is_directory(recent.front().parent_path(), error))
+        return recent.front().parent_path();
+    const char* home = std::getenv("HOME");
+    return home != nullptr ? home : "/";
+}
+
+bool DocumentController::isOpenElsewhere(const Path& path, const ImageDocument& asking) const {
+    return std::ranges::any_of(documents_, [&](const auto& document) {
+        return document.get() != &asking && document->fileURL() == resolved(path);
+    });
+}
+
+void DocumentController::removeDocument(ImageDocument& document) {
+    if (document.window() != nullptr) lastDocumentFrame_ = document.window()->geometry();
+    // The caller may be the document itself: it ends when all this has returned.
+    const auto found =
+        std::ranges::find(documents_, &document, &std::shared_ptr<ImageDocument>::get);
+    if (found == documents_.end()) return;
+    services_.main.post([kept = std::move(*found)] {});
+    documents_.erase(found);
+    showStartWindowIfEmpty();
+}
+
+void DocumentController::showStartWindowIfEmpty() {
+    if (isTerminating_ || !documents_.empty()) return;
+    // While files are on their way the start window would come only to go again.
+    if (!opening_.empty() || isRecovering_) return;
+    showStartWindow();
+}
+
+void DocumentController::showStartWindow() {
+    if (startWindow_ == nullptr) {
+        startWindow_ = new StartWindow(*this);
+        if (lastDocumentFrame_) startWindow_->setGeometry(*lastDocumentFrame_);
+    }
+    raise(*startWindow_);
+}
+
+void DocumentController::startWindowClosed() {
+    startWindow_ = nullptr;
+    if (documents_.empty() && opening_.empty()) finish();
+}
+
+void DocumentController::quit() {
+    if (isAskingToQuit_ || isTerminating_) return;
+    isAskingToQuit_ = true;
+    Documents asked = documents_;
+    std::ranges::reverse(asked);
+    askNext(std::move(asked));
+}
+
+void DocumentController::askNext(Documents left) {
+    while (!left.empty() && left.back()->window() == nullptr)
+        left.pop_back();
+    if (left.empty()) return finish();
+    const auto document = left.back();
+    left.pop_back();
+    if (document->isEdited()) raise(*document->window());
+    document->shouldClose([this, left = std::move(left)](bool mayClose) mutable {
+        if (!mayClose) {
+            isAskingToQuit_ = false;
+            return;
+        }
+        askNext(std::move(left));
+    });
+}
+
+void DocumentController::finish() {
+    if (std::exchange(isTerminating_, true)) return;
+    for (const auto& activity : services_.activities.all())
+        activity.progress->cancel();
+    for (const auto& document : Documents(documents_))
+        document->close();
+    if (startWindow_ != nullptr) startWindow_->closeForDocument();
+    startWindow_ = nullptr;
+    ended_();
+}
+
+void DocumentController::endAtOnce() {
+    if (isTerminating_) return;
+    services_.recoveryWriter.drain();
+    for (const auto& document : documents_)
+        document->writeRecoveryNow();
+    for (const auto& document : documents_)
+        document->leaveRecovery();
+    finish();
+}
+
+} // namespace ombrel

@@ -1,0 +1,234 @@
+#include "App/Shell/DocumentWindow.h"
+
+#include "App/Look/QtText.h"
+#include "App/Panels/PanelCatalog.h"
+#include "App/Shell/Dialogs.h"
+#include "App/Shell/DocumentController.h"
+#include "App/Shell/FileKinds.h"
+#include "App/Shell/ImageDocument.h"
+#include "App/Shell/PlainCanvas.h"
+#include "App/Shell/ProgressStrip.h"
+#include "App/Shell/QtPath.h"
+#include "App/Shell/ReportCard.h"
+#include "App/Shell/WindowMenus.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QPointer>
+#include <QScreen>
+#include <QStatusBar>
+#include <QTimer>
+
+namespace ombrel {
+
+namespace {
+
+constexpr int messageMilliseconds = 8000;
+constexpr QSize usualSize(1280, 820);
+constexpr int layoutVersion = 1;
+constexpr const char* geometryKey = "windowGeometry";
+constexpr const char* layoutKey = "windowLayout";
+
+QByteArray bytesOf(const Settings& settings, const char* key) {
+    const Json value = settings.json(key);
+    return value.is_string()
+               ? QByteArray::fromBase64(QByteArray::fromStdString(value.get<std::string>()))
+               : QByteArray();
+}
+
+void keep(Settings& settings, const char* key, const QByteArray& bytes) {
+    settings.setJson(key, bytes.toBase64().toStdString());
+}
+
+} // namespace
+
+DocumentWindow::DocumentWindow(ImageDocument& document, DocumentController& controller,
+                               AppServices& services)
+    : document_(&document), controller_(controller), services_(services) {
+    setAcceptDrops(true);
+    setDockOptions(AnimatedDocks | AllowTabbedDocks | AllowNestedDocks);
+    makeCanvas();
+    makePanels();
+    makeMenus();
+    makeStatusBar();
+    connectSession();
+    restoreLayout();
+    updateTitle();
+    updateActionsNow();
+}
+
+DocumentWindow::~DocumentWindow() = default;
+
+void DocumentWindow::makeCanvas() {
+    canvas_ = new PlainCanvas(document_->session(), services_, this);
+    setCentralWidget(canvas_);
+}
+
+void DocumentWindow::makePanels() {
+    const PanelContext context{document_->session(), services_.main,   services_.worker,
+                               services_.store,      services_.device, services_.settings};
+    for (const PanelDescription& panel : panelCatalog()) {
+        auto* dock = new QDockWidget(panel.title, this);
+        dock->setObjectName(panel.identifier);
+        dock->setWidget(panel.make(context, dock));
+        addDockWidget(panel.area, dock);
+    }
+}
+
+void DocumentWindow::makeMenus() {
+    actions_ = fillMenuBar(*menuBar(), [this] { return context(); });
+    if (QMenu* recent = menuOf(*menuBar(), "openRecent")) {
+        connect(recent, &QMenu::aboutToShow, this, [this, recent] { fillRecent(*recent); });
+        fillRecent(*recent);
+    }
+    panelsMenu_ = menuOf(*menuBar(), "panels");
+    for (const QDockWidget* dock : findChildren<QDockWidget*>())
+        panelsMenu_->addAction(dock->toggleViewAction());
+    panelsMenu_->setEnabled(!panelsMenu_->isEmpty());
+}
+
+void DocumentWindow::fillRecent(QMenu& menu) {
+    menu.clear();
+    for (const auto& path : controller_.recentFiles().paths()) {
+        QAction* action = menu.addAction(qtPath(path.filename()));
+        action->setToolTip(qtPath(path));
+        connect(action, &QAction::triggered, this,
+                [this, path] { controller_.openFiles({path}, this); });
+    }
+    const bool isEmpty = menu.isEmpty();
+    menu.addSeparator();
+    QAction* clear = menu.addAction("Clear List");
+    clear->setEnabled(!isEmpty);
+    connect(clear, &QAction::triggered, this, [this] { controller_.recentFiles().clear(); });
+}
+
+void DocumentWindow::makeStatusBar() {
+    progress_ = new ProgressStrip(services_.activities, document_, this);
+    progress_->follow(document_->session());
+    statusBar()->addPermanentWidget(progress_);
+}
+
+void DocumentWindow::connectSession() {
+    DocumentSession& session = *document_->session();
+    const auto changed = [this](const auto&) { updateActions(); };
+    connections_.push_back(session._state.onChange(changed));
+    connections_.push_back(session._history.onChange(changed));
+    connections_.push_back(session._isBusy.onChange(changed));
+    connections_.push_back(session._isLiveEditing.onChange(changed));
+    connections_.push_back(session._selectedLayerIDs.onChange(changed));
+    connections_.push_back(session._viewTransform.onChange(changed));
+    session.onError = [this](const CommandError& error) {
+        QApplication::beep();
+        showMessage(error.text());
+    };
+    session.onMessage = [this](const std::string& text) { showMessage(text); };
+    session.confirmRasterize = [this](const std::string& layer) {
+        return services_.dialogs.confirmNow(
+            this, {.title = "Make “" + layer + "” pixels?",
+                   .text = "Its contents can then be painted on, and no longer be edited as what "
+                           "they are now.",
+                   .accept = "Rasterize"});
+    };
+    session.confirmApplyTransform = [this] {
+        const bool isApplied = services_.dialogs.confirmNow(
+            this, {.title = "Apply the transformation?", .text = {}, .accept = "Apply"});
+        return isApplied ? DocumentSession::ApplyTransformChoice::apply
+                         : DocumentSession::ApplyTransformChoice::cancel;
+    };
+}
+
+void DocumentWindow::release() {
+    saveLayout();
+    connections_.clear();
+    DocumentSession& session = *document_->session();
+    session.onError = {};
+    session.onMessage = {};
+    session.confirmRasterize = {};
+    session.confirmApplyTransform = {};
+    progress_->follow(nullptr);
+    document_ = nullptr;
+    hide();
+    // What shows the document goes at once, and lets go of it.
+    delete takeCentralWidget();
+    canvas_ = nullptr;
+    for (QDockWidget* dock : findChildren<QDockWidget*>())
+        delete dock;
+    deleteLater();
+}
+
+ActionContext DocumentWindow::context() {
+    return {*this, *document_, *document_->session(), controller_};
+}
+
+void DocumentWindow::updateTitle() {
+    if (document_ == nullptr) return;
+    setWindowTitle(toQt(document_->displayName()) + "[*] – Ombrel");
+    setWindowModified(document_->isEdited());
+    setWindowFilePath({});
+    updateActions();
+}
+
+void DocumentWindow::updateActions() {
+    if (std::exchange(isUpdateWaiting_, true)) return;
+    QTimer::singleShot(0, this, [this] { updateActionsNow(); });
+}
+
+void DocumentWindow::updateActionsNow() {
+    isUpdateWaiting_ = false;
+    if (document_ != nullptr) refreshActions(actions_, context());
+}
+
+QAction* DocumentWindow::action(std::string_view identifier) const {
+    const auto found = std::ranges::find_if(
+        actions_, [&](const QAction* action) { return action->objectName() == toQt(identifier); });
+    return found != actions_.end() ? *found : nullptr;
+}
+
+void DocumentWindow::showMessage(const std::string& text) {
+    statusBar()->showMessage(toQt(text), messageMilliseconds);
+}
+
+void DocumentWindow::showReport(const std::vector<std::string>& report) {
+    (new ReportCard(report, canvas_))->show();
+}
+
+void DocumentWindow::closeEvent(QCloseEvent* event) {
+    if (document_ == nullptr) return event->accept();
+    event->ignore();
+    // The answer may come from a question: the document and this window may have gone by then.
+    document_->shouldClose([window = QPointer<DocumentWindow>(this)](bool mayClose) {
+        if (mayClose && window && window->document_ != nullptr) window->document_->close();
+    });
+}
+
+void DocumentWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!filesOf(*event->mimeData()).empty()) event->acceptProposedAction();
+}
+
+void DocumentWindow::dropEvent(QDropEvent* event) {
+    event->acceptProposedAction();
+    controller_.openFiles(filesOf(*event->mimeData()), this);
+}
+
+void DocumentWindow::restoreLayout() {
+    resize(usualSize);
+    restoreState(bytesOf(services_.settings, layoutKey), layoutVersion);
+    if (controller_.lastDocumentFrame()) {
+        setGeometry(*controller_.lastDocumentFrame());
+    } else if (!restoreGeometry(bytesOf(services_.settings, geometryKey))) {
+        const QRect free = screen()->availableGeometry();
+        resize(usualSize.boundedTo(free.size() * 0.92));
+    }
+}
+
+void DocumentWindow::saveLayout() {
+    keep(services_.settings, geometryKey, saveGeometry());
+    keep(services_.settings, layoutKey, saveState(layoutVersion));
+}
+
+} // namespace ombrel

@@ -1,0 +1,70 @@
+// The window of one document: the canvas in the middle, panels in docks around it, menus made from
+// the table of actions, and a status bar with messages and the progress of long work. It belongs to
+// its document and goes with it. Main thread.
+#pragma once
+
+#include "App/Shell/AppServices.h"
+#include "App/Shell/WindowAction.h"
+#include "Base/Signal.h"
+
+#include <QMainWindow>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+class QMenu;
+
+namespace ombrel {
+
+class DocumentController;
+class ImageDocument;
+class ProgressStrip;
+
+class DocumentWindow final : public QMainWindow {
+public:
+    DocumentWindow(ImageDocument& document, DocumentController& controller, AppServices& services);
+    ~DocumentWindow() override;
+
+    /// Hides the window and lets go of the document; the window is deleted a little later.
+    void release();
+    void updateTitle();
+    /// What may be done now, in menus and shortcuts; soon, and once for many changes.
+    void updateActions();
+    void showMessage(const std::string& text);
+    /// What an importer could not keep, on a card over the canvas.
+    void showReport(const std::vector<std::string>& report);
+
+    QWidget* canvas() const { return canvas_; }
+    QAction* action(std::string_view identifier) const; ///< null where there is none
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    QMenu* createPopupMenu() override { return nullptr; }
+
+private:
+    void makeCanvas();
+    void makePanels();
+    void makeMenus();
+    void makeStatusBar();
+    void fillRecent(QMenu& menu);
+    void connectSession();
+    void restoreLayout();
+    void saveLayout();
+    void updateActionsNow();
+    ActionContext context();
+
+    ImageDocument* document_; ///< null once released
+    DocumentController& controller_;
+    AppServices& services_;
+    QWidget* canvas_ = nullptr;
+    ProgressStrip* progress_ = nullptr;
+    QMenu* panelsMenu_ = nullptr;
+    std::vector<QAction*> actions_; ///< as in the table
+    bool isUpdateWaiting_ = false;
+    std::vector<Connection> connections_;
+};
+
+} // namespace ombrel

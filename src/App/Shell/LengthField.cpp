@@ -1,0 +1,55 @@
+#include "App/Shell/LengthField.h"
+#include "App/Look/QtText.h"
+
+#include <QComboBox>
+
+namespace ombrel {
+
+LengthField::LengthField(QWidget* parent) : QDoubleSpinBox(parent) {
+    setKeyboardTracking(true);
+    setGroupSeparatorShown(false);
+    setMinimumWidth(96);
+    connect(this, &QDoubleSpinBox::valueChanged, this, [this](double length) {
+        if (isShowing_) return;
+        pixels_ = pixelsOf(length, unit_, resolution_);
+        if (onEdit) onEdit();
+    });
+    showPixels();
+}
+
+void LengthField::setUnit(LengthUnit unit, double resolution) {
+    unit_ = unit;
+    resolution_ = resolution;
+    showPixels();
+}
+
+void LengthField::setPixels(double pixels) {
+    pixels_ = pixels;
+    showPixels();
+}
+
+std::int64_t LengthField::wholePixels() const {
+    return wholePixelsOf(pixels_, LengthUnit::pixels, resolution_);
+}
+
+void LengthField::showPixels() {
+    isShowing_ = true;
+    setDecimals(traitsOf(unit_).decimals);
+    setRange(lengthOf(1, unit_, resolution_),
+             lengthOf(static_cast<double>(largestCanvasSide), unit_, resolution_));
+    setValue(lengthOf(pixels_, unit_, resolution_));
+    isShowing_ = false;
+}
+
+QComboBox* makeUnitChoice(QWidget* parent) {
+    auto* choice = new QComboBox(parent);
+    for (const LengthUnitTraits& unit : lengthUnits())
+        choice->addItem(toQt(unit.name), static_cast<int>(unit.unit));
+    return choice;
+}
+
+LengthUnit chosenUnit(const QComboBox& choice) {
+    return static_cast<LengthUnit>(choice.currentData().toInt());
+}
+
+} // namespace ombrel

@@ -1,0 +1,40 @@
+// A length that people see in a unit and the program keeps in pixels. Main thread.
+#pragma once
+
+#include "Editor/DocumentPresets.h"
+
+#include <QDoubleSpinBox>
+
+#include <cstdint>
+#include <functional>
+
+class QComboBox;
+
+namespace ombrel {
+
+class LengthField final : public QDoubleSpinBox {
+public:
+    explicit LengthField(QWidget* parent);
+
+    /// Shows the same number of pixels in another unit.
+    void setUnit(LengthUnit unit, double resolution);
+    void setPixels(double pixels);
+    double pixels() const { return pixels_; }
+    std::int64_t wholePixels() const;
+
+    std::function<void()> onEdit; ///< by the user, not by the setters
+
+private:
+    void showPixels();
+
+    LengthUnit unit_ = LengthUnit::pixels;
+    double resolution_ = 72;
+    double pixels_ = 1;
+    bool isShowing_ = false;
+};
+
+/// All units, the data of each its number.
+QComboBox* makeUnitChoice(QWidget* parent);
+LengthUnit chosenUnit(const QComboBox& choice);
+
+} // namespace ombrel

@@ -1,0 +1,124 @@
+#include "App/Shell/MessageBoxes.h"
+
+#include "App/Look/QtText.h"
+#include "App/Shell/FileKinds.h"
+#include "App/Shell/QtPath.h"
+
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace ombrel {
+
+namespace {
+
+/// Deleted when it closes; with a parent it belongs to that window alone.
+QMessageBox* makeBox(QWidget* on, QMessageBox::Icon icon, const QString& title,
+                     const QString& text) {
+    auto* box = new QMessageBox(icon, "Ombrel", title, QMessageBox::NoButton, on);
+    box->setInformativeText(text);
+    box->setTextFormat(Qt::PlainText);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(on != nullptr ? Qt::WindowModal : Qt::NonModal);
+    return box;
+}
+
+void addConfirmation(QMessageBox& box, const Dialogs::Confirmation& question) {
+    auto* accept = box.addButton(toQt(question.accept), QMessageBox::AcceptRole);
+    auto* refuse = box.addButton(toQt(question.refuse), QMessageBox::RejectRole);
+    box.setDefaultButton(accept);
+    box.setEscapeButton(refuse);
+}
+
+bool isAccepted(const QMessageBox& box) {
+    return box.clickedButton() != nullptr &&
+           box.buttonRole(box.clickedButton()) == QMessageBox::AcceptRole;
+}
+
+QFileDialog* makeFileDialog(QWidget* on, const QString& title) {
+    auto* dialog = new QFileDialog(on, title);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowModality(on != nullptr ? Qt::WindowModal : Qt::NonModal);
+    return dialog;
+}
+
+} // namespace
+
+void MessageBoxes::askToSave(QWidget* on, const std::string& name,
+                             std::function<void(SaveAnswer)> answer) {
+    auto* box = makeBox(on, QMessageBox::Warning, QString("Save changes to “%1”?").arg(toQt(name)),
+                        "What you changed is lost if you don’t save it.");
+    auto* save = box->addButton("Save", QMessageBox::AcceptRole);
+    auto* discard = box->addButton("Don’t Save", QMessageBox::DestructiveRole);
+    auto* cancel = box->addButton("Cancel", QMessageBox::RejectRole);
+    box->setDefaultButton(save);
+    box->setEscapeButton(cancel);
+    QObject::connect(box, &QMessageBox::finished, [=, answer = std::move(answer)] {
+        if (box->clickedButton() == save) return answer(SaveAnswer::save);
+        answer(box->clickedButton() == discard ? SaveAnswer::discard : SaveAnswer::cancel);
+    });
+    box->show();
+}
+
+void MessageBoxes::confirm(QWidget* on, const Confirmation& question,
+                           std::function<void(bool)> answer) {
+    auto* box = makeBox(on, QMessageBox::Question, toQt(question.title), toQt(question.text));
+    addConfirmation(*box, question);
+    QObject::connect(box, &QMessageBox::finished,
+                     [box, answer = std::move(answer)] { answer(isAccepted(*box)); });
+    box->show();
+}
+
+bool MessageBoxes::confirmNow(QWidget* on, const Confirmation& question) {
+    QMessageBox box(QMessageBox::Question, "Ombrel", toQt(question.title), QMessageBox::NoButton,
+                    on);
+    box.setInformativeText(toQt(question.text));
+    addConfirmation(box, question);
+    box.exec();
+    return isAccepted(box);
+}
+
+void MessageBoxes::tellFailure(QWidget* on, const std::string& title, const std::string& text) {
+    auto* box = makeBox(on, QMessageBox::Critical, toQt(title), toQt(text));
+    box->addButton(QMessageBox::Ok);
+    box->show();
+}
+
+void MessageBoxes::chooseFilesToOpen(QWidget* on, const Path& folder,
+                                     std::function<void(std::vector<Path>)> answer) {
+    QFileDialog* dialog = makeFileDialog(on, "Open");
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setNameFilters(openFilters());
+    if (!folder.empty()) dialog->setDirectory(qtPath(folder));
+    QObject::connect(dialog, &QFileDialog::finished,
+                     [dialog, answer = std::move(answer)](int result) {
+                         std::vector<Path> paths;
+                         if (result == QDialog::Accepted) {
+                             for (const QString& file : dialog->selectedFiles())
+                                 paths.push_back(plainPath(file));
+                         }
+                         answer(std::move(paths));
+                     });
+    dialog->show();
+}
+
+void MessageBoxes::choosePlace(QWidget* on, const SavePlace& place,
+                               std::function<void(std::optional<Path>)> answer) {
+    QFileDialog* dialog = makeFileDialog(on, toQt(place.title));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->setNameFilter(toQt(place.filter));
+    dialog->setDefaultSuffix(toQt(place.suffix));
+    if (place.proposed.has_parent_path())
+        dialog->setDirectory(qtPath(place.proposed.parent_path()));
+    dialog->selectFile(qtPath(place.proposed.filename()));
+    QObject::connect(dialog, &QFileDialog::finished,
+                     [dialog, answer = std::move(answer)](int result) {
+                         if (result != QDialog::Accepted || dialog->selectedFiles().isEmpty())
+                             return answer(std::nullopt);
+                         answer(plainPath(dialog->selectedFiles().first()));
+                     });
+    dialog->show();
+}
+
+} // namespace ombrel

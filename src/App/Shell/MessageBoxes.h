@@ -1,0 +1,22 @@
+// The questions as message boxes and file dialogs.
+#pragma once
+
+#include "App/Shell/Dialogs.h"
+
+namespace ombrel {
+
+class MessageBoxes final : public Dialogs {
+public:
+    void askToSave(QWidget* on, const std::string& name,
+                   std::function<void(SaveAnswer)> answer) override;
+    void confirm(QWidget* on, const Confirmation& question,
+                 std::function<void(bool)> answer) override;
+    void tellFailure(QWidget* on, const std::string& title, const std::string& text) override;
+    void chooseFilesToOpen(QWidget* on, const Path& folder,
+                           std::function<void(std::vector<Path>)> answer) override;
+    void choosePlace(QWidget* on, const SavePlace& place,
+                     std::function<void(std::optional<Path>)> answer) override;
+    bool confirmNow(QWidget* on, const Confirmation& question) override;
+};
+
+} // namespace ombrel

@@ -1,0 +1,18 @@
+#include "App/Shell/WindowAction.h"
+
+#include <vector>
+
+namespace ombrel {
+
+std::span<const WindowAction> windowActions() {
+    static const std::vector<WindowAction> all = [] {
+        std::vector<WindowAction> joined;
+        for (const auto& part : {fileActions(), editActions(), imageActions(), layerActions(),
+                                 viewActions(), helpActions()})
+            joined.insert(joined.end(), part.begin(), part.end());
+        return joined;
+    }();
+    return all;
+}
+
+} // namespace ombrel
