@@ -48,8 +48,8 @@ TEST(CommandLine, wrongUsageIsTwoAndFailureIsOne) {
         {{"info"}, 2, "IN"},
         {{"info", in, "--yaml"}, 2, "--yaml"},
         {{"--frobnicate"}, 2, "--frobnicate"},
-        {{}, 1, "no window yet"},
-        {{in}, 1, "no window yet"},
+        {{}, 1, "There is no display"},
+        {{in}, 1, "There is no display"},
         {{"export", in, out, "--format", "gif"}, 1, "Saving as gif is not supported."},
         {{"export", in, out, "--format", ""}, 1, "Saving as  is not supported."},
         {{"export", in, folder / "out.bmp"}, 1, "Saving as bmp is not supported."},
@@ -62,12 +62,18 @@ TEST(CommandLine, wrongUsageIsTwoAndFailureIsOne) {
         {{"export", "/dev/null", out}, 1, "The file could not be read as an image."},
         {{"info", OMBREL_PROGRAM, "--json"}, 1, "The file could not be read as an image."},
     };
+    const TemporaryFolder runtime; // whose Ombrel nobody runs
     for (const auto& [arguments, exitStatus, message] : cases) {
         std::string line;
         for (const std::string& argument : arguments)
             line += argument + " ";
         SCOPED_TRACE(line);
-        const ProgramResult result = runProgram(arguments);
+        const ProgramResult result = runProgram(arguments, [&] {
+            ::unsetenv("DISPLAY");
+            ::unsetenv("WAYLAND_DISPLAY");
+            ::unsetenv("QT_QPA_PLATFORM");
+            ::setenv("XDG_RUNTIME_DIR", runtime.path().c_str(), 1);
+        });
         EXPECT_EQ(result.exitStatus, exitStatus);
         EXPECT_EQ(result.output, "");
         expectOneLine(result.errors);
