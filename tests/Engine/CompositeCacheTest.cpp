@@ -54,18 +54,6 @@ protected:
         }
         return count;
     }
-    /// Layers of stored tiles all over a canvas.
-    DocumentState stacked(PixelSize size, int layers) {
-        DocumentState state;
-        state.canvas.size = size;
-        for (int i = 0; i < layers; ++i) {
-            PixelLayer layer;
-            for (const TileCoord coord : PixelRect::ofSize(size).tileRange())
-                layer.pixels.set(coord, random.tile());
-            state.root.write().children.emplace_back(std::move(layer));
-        }
-        return state;
-    }
     static void change(DocumentState& state, const std::function<void(PixelLayer&)>& change) {
         state.update(state.allNodes().back().id(),
                      [&](LayerNode& node) { change(*node.writePixelLayer()); });
@@ -275,7 +263,7 @@ TEST_F(CompositeCacheTest, keepsWhatLiesBelowAChangingLayerWithinItsMemory) {
 }
 
 TEST_F(CompositeCacheTest, worksOnlyOnDirtyTilesInView) {
-    DocumentState state = stacked({2048, 1024}, 2);
+    DocumentState state = random.stacked({2048, 1024}, 2);
     show(state);
     EXPECT_TRUE(refresh(0, {{0, 0}, {1, 0}, {-1, 0}, {8, 0}}));
     EXPECT_EQ(cache.lastCompositedTiles(), 2u);
@@ -303,7 +291,7 @@ TEST_F(CompositeCacheTest, worksOnlyOnDirtyTilesInView) {
 }
 
 TEST_F(CompositeCacheTest, marksEverythingWhenTheBlendingSpaceChanges) {
-    DocumentState state = stacked({512, 512}, 2);
+    DocumentState state = random.stacked({512, 512}, 2);
     show(state);
     EXPECT_TRUE(refreshAll(1));
     state.canvas.blendUsingGamma1 = true;
@@ -314,7 +302,7 @@ TEST_F(CompositeCacheTest, marksEverythingWhenTheBlendingSpaceChanges) {
 }
 
 TEST_F(CompositeCacheTest, aPlainLayerIsShownAsItStands) {
-    DocumentState state = stacked({512, 256}, 1);
+    DocumentState state = random.stacked({512, 256}, 1);
     show(state);
     EXPECT_TRUE(refreshAll(0));
     EXPECT_TRUE(holds<Tile>(0, {1, 0}));
@@ -336,7 +324,7 @@ TEST_F(CompositeCacheTest, aPlainLayerIsShownAsItStands) {
 }
 
 TEST_F(CompositeCacheTest, oneColourStaysOneColourUpToTheEdge) {
-    DocumentState state = stacked({1024, 700}, 1);
+    DocumentState state = random.stacked({1024, 700}, 1);
     const PremultipliedColor red{1, 0, 0, 1};
     change(state, [&](PixelLayer& layer) { layer.pixels.assign({0, 0, 3, 2}, red); });
     show(state);
@@ -354,7 +342,7 @@ TEST_F(CompositeCacheTest, oneColourStaysOneColourUpToTheEdge) {
 }
 
 TEST_F(CompositeCacheTest, aHugeCanvasCostsByWhatIsThere) {
-    DocumentState state = stacked({512, 512}, 2);
+    DocumentState state = random.stacked({512, 512}, 2);
     state.canvas.size = {300000, 300000};
     show(state);
     EXPECT_TRUE(refreshAll(cache.maxLevel()));
@@ -374,7 +362,7 @@ TEST_F(CompositeCacheTest, aHugeCanvasCostsByWhatIsThere) {
 }
 
 TEST_F(CompositeCacheTest, keepsWhatAViewStillHoldsUnchanged) {
-    DocumentState state = stacked({256, 256}, 2);
+    DocumentState state = random.stacked({256, 256}, 2);
     show(state);
     EXPECT_TRUE(refreshAll(0));
     const auto held = std::get<CompositeCache::Owned>(cache.entry(0, {0, 0})->content);
@@ -388,7 +376,7 @@ TEST_F(CompositeCacheTest, keepsWhatAViewStillHoldsUnchanged) {
 }
 
 TEST_F(CompositeCacheTest, staysWithinTheMemoryItIsGiven) {
-    show(stacked({4096, 2048}, 2));
+    show(random.stacked({4096, 2048}, 2));
     const CompositeCache::Budget budget{.ownedBytes = 20 * megabyte};
     const std::vector<TileCoord> view{{0, 0}, {1, 0}};
     EXPECT_TRUE(refresh(3, view, budget));

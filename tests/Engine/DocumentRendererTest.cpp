@@ -82,17 +82,6 @@ protected:
         (*frame)->flight.reset();
         return *std::move(*frame);
     }
-    DocumentState opaque(PixelSize size, int layers) {
-        DocumentState state;
-        state.canvas.size = size;
-        for (int i = 0; i < layers; ++i) {
-            PixelLayer layer;
-            for (const TileCoord coord : PixelRect::ofSize(size).tileRange())
-                layer.pixels.set(coord, random.tile());
-            state.root.write().children.emplace_back(std::move(layer));
-        }
-        return state;
-    }
 
     std::shared_ptr<TileStore> store = TileStore::create(
         {512 * megabyte, 64 * megabyte, 64 * megabyte}, std::filesystem::temp_directory_path());
@@ -126,7 +115,7 @@ TEST_F(DocumentRendererTest, hurriedFramesAlwaysCoverTheViewAndEndWithTheExactPi
     DocumentRenderer::Options options = unhurried();
     options.tilesOfFrame = 3;
     DocumentRenderer renderer = makeRenderer(options);
-    DocumentState state = opaque({1100, 700}, 2);
+    DocumentState state = random.stacked({1100, 700}, 2);
     PixelMaker& maker = random.maker();
     Frame before = drawn(renderer, viewOf({550, 350}, 0.25, {300, 200}), state);
     EXPECT_FALSE(before.isComplete);
@@ -164,7 +153,7 @@ TEST_F(DocumentRendererTest, startsInTheMiddleOfTheView) {
     DocumentRenderer::Options options = unhurried();
     options.tilesOfFrame = 1;
     DocumentRenderer renderer = makeRenderer(options);
-    const DocumentState state = opaque({1280, 1280}, 2);
+    const DocumentState state = random.stacked({1280, 1280}, 2);
     const Frame frame = drawn(renderer, viewOf({900, 400}, 1, {1280, 1280}), state);
     ASSERT_EQ(frame.nodes.at(0).tiles.size(), 1u);
     EXPECT_EQ(frame.nodes[0].tiles[0].area, (RealRect{{768, 256}, {256, 256}}));
@@ -173,7 +162,7 @@ TEST_F(DocumentRendererTest, startsInTheMiddleOfTheView) {
 
 TEST_F(DocumentRendererTest, equalRevisionsAreEqualPixelsAndUnchangedTilesKeepTheirs) {
     DocumentRenderer renderer = makeRenderer(unhurried());
-    DocumentState state = opaque({512, 512}, 2);
+    DocumentState state = random.stacked({512, 512}, 2);
     const Viewport viewport = viewOf({256, 256}, 1, {512, 512});
     const auto revisions = [](const Frame& frame) {
         std::map<std::pair<double, double>, std::uint64_t> all;
@@ -198,7 +187,7 @@ TEST_F(DocumentRendererTest, equalRevisionsAreEqualPixelsAndUnchangedTilesKeepTh
 
 TEST_F(DocumentRendererTest, drawsNothingWhileThreeFramesAreInFlight) {
     DocumentRenderer renderer = makeRenderer(unhurried());
-    const DocumentState state = opaque({256, 256}, 1);
+    const DocumentState state = random.stacked({256, 256}, 1);
     const Viewport viewport = viewOf({128, 128}, 1, {256, 256});
     std::vector<Frame> held;
     for (int i = 0; i < 3; ++i)
@@ -212,14 +201,14 @@ TEST_F(DocumentRendererTest, drawsNothingWhileThreeFramesAreInFlight) {
 
 TEST_F(DocumentRendererTest, laysNodesOnTheBoardAndLetsGoOfHiddenOnes) {
     DocumentRenderer renderer = makeRenderer(unhurried());
-    const DocumentState main = opaque({256, 256}, 1);
+    const DocumentState main = random.stacked({256, 256}, 1);
     Viewport viewport = viewOf({0, 0}, 1, {600, 600});
     viewport.pasteboard = 0xFF8000;
     viewport.board.activeNode = BoardNodeID::make();
     viewport.board.nodes.push_back({*viewport.board.activeNode, main, {40, 50}});
     for (int i = 0; i < 12; ++i)
         viewport.board.nodes.push_back(
-            {BoardNodeID::make(), opaque({256, 256}, 2), {1000.0 * i, -200}});
+            {BoardNodeID::make(), random.stacked({256, 256}, 2), {1000.0 * i, -200}});
     const Frame frame = drawn(renderer, viewport, main);
     ASSERT_EQ(frame.nodes.size(), 2u);
     EXPECT_EQ(frame.nodes[0].bounds, (RealRect{{40, 50}, {256, 256}}));
@@ -247,9 +236,10 @@ TEST_F(DocumentRendererTest, nodesBeyondTheBudgetAreShownAsFarAsTheyGo) {
     DocumentRenderer::Options options = unhurried();
     options.cacheBytes = megabyte;
     DocumentRenderer renderer = makeRenderer(options);
-    const DocumentState main = opaque({512, 512}, 2);
+    const DocumentState main = random.stacked({512, 512}, 2);
     Viewport viewport = viewOf({0, 0}, 1, {1024, 1024});
-    viewport.board.nodes.push_back({BoardNodeID::make(), opaque({256, 256}, 2), {-300, -300}});
+    viewport.board.nodes.push_back(
+        {BoardNodeID::make(), random.stacked({256, 256}, 2), {-300, -300}});
     const Frame frame = drawn(renderer, viewport, main);
     EXPECT_TRUE(frame.isComplete) << "no frame would be better";
     EXPECT_EQ(frame.statistics.pendingBoardNodes, 1);
@@ -261,7 +251,7 @@ TEST_F(DocumentRendererTest, tilesOutsideMemoryAreNotWaitedForWhenAFrameIsLate) 
     DocumentRenderer::Options options;
     options.frameTime = std::chrono::nanoseconds(0);
     DocumentRenderer renderer = makeRenderer(options);
-    const DocumentState state = opaque({1024, 1024}, 1);
+    const DocumentState state = random.stacked({1024, 1024}, 1);
     const Viewport viewport = viewOf({512, 512}, 1, {1024, 1024});
     store->evict(0, 0, true);
     int frames = 1;

@@ -61,6 +61,18 @@ void RandomDocument::edit(DocumentState& state) {
     }
 }
 
+DocumentState RandomDocument::stacked(PixelSize size, int layers) {
+    DocumentState state;
+    state.canvas.size = size;
+    for (int i = 0; i < layers; ++i) {
+        PixelLayer layer;
+        for (const TileCoord coord : PixelRect::ofSize(size).tileRange())
+            layer.pixels.set(coord, tile());
+        state.root.write().children.emplace_back(std::move(layer));
+    }
+    return state;
+}
+
 PixelLayer RandomDocument::layer() {
     PixelLayer layer;
     setProperties(layer.properties, false);

@@ -20,6 +20,9 @@ public:
     /// One change of a tile, a mask, a property, an offset, the order, visibility or a group.
     void edit(DocumentState& state);
 
+    /// Plain layers of stored tiles all over a canvas of this size.
+    DocumentState stacked(PixelSize size, int layers);
+
     PixelMaker& maker() { return maker_; }
     Tile tile();
     Tile maskTile();
