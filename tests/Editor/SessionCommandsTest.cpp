@@ -14,7 +14,7 @@ namespace {
 
 class CommandMaker {
 public:
-    CommandMaker(std::uint64_t seed, TileStore& store) : boards_(seed, store), store_(store) {}
+    CommandMaker(std::uint64_t seed, TileStore& store) : boards_(seed, store) {}
 
     DocumentState document() {
         DocumentState state = boards_.state();
@@ -94,7 +94,6 @@ private:
     }
 
     RandomBoard boards_;
-    TileStore& store_;
 };
 
 void expectSound(const DocumentState& state) {
