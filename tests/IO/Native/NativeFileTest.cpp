@@ -31,6 +31,12 @@ protected:
                                                        std::int64_t count = tiles) {
         return saveNative(test::makeNoiseBoard(version, count, *store_), path);
     }
+    /// Versions 1 and 2 as "a" and "b" in the folder, and the first of them at `path`.
+    void saveTwoVersions(const TemporaryFolder& folder, const fs::path& path) {
+        ASSERT_TRUE(save(1, folder / "a"));
+        ASSERT_TRUE(save(2, folder / "b"));
+        fs::copy_file(folder / "a", path);
+    }
     /// Nothing where the file is no whole document of noise.
     std::optional<std::uint64_t> versionIn(const fs::path& path, std::int64_t count = tiles) {
         const auto board = openNative(path, *store_);
@@ -179,9 +185,7 @@ TEST_F(NativeFile, aCancelledSaveLeavesTheOldDocumentAndNothingElse) {
 TEST_F(NativeFile, aFileThatOthersReplaceWhileItIsReadIsTheOldDocumentOrTheNewOne) {
     const TemporaryFolder folder;
     const fs::path path = folder / "document.ombrel";
-    ASSERT_TRUE(save(1, folder / "a"));
-    ASSERT_TRUE(save(2, folder / "b"));
-    fs::copy_file(folder / "a", path);
+    ASSERT_NO_FATAL_FAILURE(saveTwoVersions(folder, path));
     HelperProcess other({"replace", path, folder / "a", folder / "b"});
     ASSERT_EQ(other.line(), "begin");
     for (int round = 0; round < 100; ++round) {
@@ -193,9 +197,7 @@ TEST_F(NativeFile, aFileThatOthersReplaceWhileItIsReadIsTheOldDocumentOrTheNewOn
 TEST_F(NativeFile, aFileThatOthersWriteIntoWhileItIsReadIsOneDocumentOrAnError) {
     const TemporaryFolder folder;
     const fs::path path = folder / "document.ombrel";
-    ASSERT_TRUE(save(1, folder / "a"));
-    ASSERT_TRUE(save(2, folder / "b"));
-    fs::copy_file(folder / "a", path);
+    ASSERT_NO_FATAL_FAILURE(saveTwoVersions(folder, path));
     {
         HelperProcess other({"rewrite", path, folder / "a", folder / "b"});
         ASSERT_EQ(other.line(), "begin");
