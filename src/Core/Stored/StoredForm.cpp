@@ -13,13 +13,6 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double wholeLimit = 0x1p53; ///< below it every whole double is written digit by digit
 
-std::optional<double> numberNamed(const std::string& text) {
-    if (text == "inf") return infinity;
-    if (text == "-inf") return -infinity;
-    if (text == "nan") return std::numeric_limits<double>::quiet_NaN();
-    return std::nullopt;
-}
-
 /// The double whose shortest text is the shortest text of the float.
 double withFloatDigits(float value) {
     std::array<char, 32> text{};
@@ -54,6 +47,20 @@ std::unexpected<Error> expected(std::string_view what) {
     return fault(fmt::format("{} was expected", what));
 }
 
+std::optional<double> numberNamed(std::string_view text) {
+    if (text == "inf") return infinity;
+    if (text == "-inf") return -infinity;
+    if (text == "nan") return std::numeric_limits<double>::quiet_NaN();
+    return std::nullopt;
+}
+
+std::optional<float> floatOf(double number) {
+    // Halfway from the largest float to what would be the next one: from there on it rounds up.
+    constexpr double limit = 0x1.ffffffp127;
+    if (std::isfinite(number) && std::abs(number) >= limit) return std::nullopt;
+    return static_cast<float>(number);
+}
+
 Result<bool> Form<bool>::decode(const Json& json) {
     if (!json.is_boolean()) return expected("true or false");
     return json.get<bool>();
@@ -81,13 +88,11 @@ Json Form<float>::encode(float value) {
 }
 
 Result<float> Form<float>::decode(const Json& json) {
-    // Halfway from the largest float to what would be the next one: from there on it rounds up.
-    constexpr double limit = 0x1.ffffffp127;
     const Result<double> number = Form<double>::decode(json);
     if (!number) return std::unexpected(number.error());
-    if (std::isfinite(*number) && std::abs(*number) >= limit)
-        return fault("the number is out of range");
-    return static_cast<float>(*number);
+    const std::optional<float> nearest = floatOf(*number);
+    if (!nearest) return fault("the number is out of range");
+    return *nearest;
 }
 
 Result<std::int64_t> Form<std::int64_t>::decode(const Json& json) {

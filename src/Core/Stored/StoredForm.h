@@ -60,6 +60,11 @@ struct Form<bool> {
     static Result<bool> decode(const Json& json);
 };
 
+/// What "inf", "-inf" and "nan" stand for: JSON has no numbers for these.
+std::optional<double> numberNamed(std::string_view text);
+/// The nearest float; nothing where a finite number is beyond the range of floats.
+std::optional<float> floatOf(double number);
+
 /// What is not finite is "inf", "-inf" or "nan"; a whole number is written without a point.
 template <>
 struct Form<double> {

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <fmt/core.h>
-#include <limits>
 #include <utility>
 
 namespace ombrel::NativeFormat {
@@ -34,14 +33,17 @@ FromManifest<std::int32_t> ManifestWalk::integer32(ManifestElement element) {
 
 FromManifest<float> ManifestWalk::number32(ManifestElement element) {
     double number = 0;
-    if (element.get(number) == simdjson::SUCCESS) return static_cast<float>(number);
     std::string_view word;
     if (element.get(word) == simdjson::SUCCESS) {
-        if (word == "inf") return std::numeric_limits<float>::infinity();
-        if (word == "-inf") return -std::numeric_limits<float>::infinity();
-        if (word == "nan") return std::numeric_limits<float>::quiet_NaN();
+        const std::optional<double> named = Stored::numberNamed(word);
+        if (!named) return wanted("a number");
+        number = *named;
+    } else if (element.get(number) != simdjson::SUCCESS) {
+        return wanted("a number");
     }
-    return wanted("a number");
+    const std::optional<float> nearest = Stored::floatOf(number);
+    if (!nearest) return fault("the number is out of range");
+    return *nearest;
 }
 
 FromManifest<bool> ManifestWalk::boolean(ManifestElement element) {

@@ -70,7 +70,7 @@ public:
 
     FromManifest<std::int64_t> integer(ManifestElement element);
     FromManifest<std::int32_t> integer32(ManifestElement element);
-    /// Also "inf", "-inf" and "nan".
+    /// Also "inf", "-inf" and "nan"; no other number beyond the range of floats.
     FromManifest<float> number32(ManifestElement element);
     FromManifest<bool> boolean(ManifestElement element);
     FromManifest<std::string> text(ManifestElement element);

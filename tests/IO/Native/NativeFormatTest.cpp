@@ -294,6 +294,10 @@ TEST(NativeFormat, damagedFilesFailWithTheirWords) {
         {fileOf(manifestOf(R"({"x":2147483648,"y":0})", "")),
          "The document is damaged (description: root.children[0].pixel._0.pixels.tiles[0].x: a "
          "whole number of 32 bits was expected)."},
+        {fileOf(manifestOf(R"({"x":0,"y":0,"color":{"red":-1e300,"green":0,"blue":0,"alpha":1}})",
+                           "")),
+         "The document is damaged (description: root.children[0].pixel._0.pixels.tiles[0].color."
+         "red: the number is out of range)."},
         {fileOf(manifestOf("", "", "true")), "The document is damaged (description: "},
     };
     for (const auto& [file, message] : cases) {
