@@ -1,10 +1,11 @@
-// What the survival tests let other processes do, to be killed in the midst of it. Each verb says
-// by lines how far it is:
+// What tests let other processes do, to be killed in the midst of it or to measure them. Each verb
+// says by lines how far it is:
 //   save FILE VERSION TILES             a document of noise, once
 //   recover FOLDER ID VERSION TILES     copies of versions from VERSION on, for ever
 //   claim FOLDER                        everything that is offered, held until killed
 //   replace FILE A B                    A and B put in the place of FILE by turns, for ever
 //   rewrite FILE A B                    the bytes of A and B written into FILE by turns, for ever
+//   resave FILE OTHER                   opened, saved as OTHER; the peak of memory after each
 #include "Base/AtomicFile.h"
 #include "IO/Native/NativeFile.h"
 #include "IO/RecoveryStore.h"
@@ -12,6 +13,7 @@
 
 #include <cstdio>
 #include <fcntl.h>
+#include <fstream>
 #include <unistd.h>
 
 using namespace ombrel;
@@ -71,6 +73,27 @@ int replace(const Arguments& arguments) {
     }
 }
 
+/// The most memory that this process ever held, in kilobytes. What getrusage says counts what the
+/// process was before it became this program.
+std::string peakMemory() {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    while (status >> word)
+        if (word == "VmHWM:" && status >> word) return word;
+    return {};
+}
+
+int resave(const Arguments& arguments) {
+    constexpr std::int64_t plenty = std::int64_t{1} << 40;
+    const auto store = TileStore::create({plenty, plenty, 0}, TileStore::Services{});
+    const auto board = openNative(arguments[0], *store);
+    if (!board) return 1;
+    say(peakMemory());
+    if (!saveNative(*board, arguments[1])) return 1;
+    say(peakMemory());
+    return 0;
+}
+
 int rewrite(const Arguments& arguments) {
     constexpr std::uint64_t limit = 1 << 30;
     const std::array texts{readSmallFile(arguments[1], limit).value(),
@@ -89,7 +112,7 @@ constexpr struct {
     int (*run)(const Arguments&);
 } verbs[]{
     {"save", 3, save},       {"recover", 4, recover}, {"claim", 1, claim},
-    {"replace", 3, replace}, {"rewrite", 3, rewrite},
+    {"replace", 3, replace}, {"rewrite", 3, rewrite}, {"resave", 2, resave},
 };
 
 } // namespace
