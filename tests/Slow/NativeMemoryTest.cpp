@@ -32,6 +32,7 @@ Board boardOfBlobs(std::int64_t count, std::size_t blobSize, TileStore& store) {
         layer.pixels.set(TileCoord::checked(i % 400, i / 400),
                          store.makeTile(blob, TileFormat::rgba16Float));
     DocumentState state;
+    state.activeLayerID = layer.id; // where there is none, reading chooses one
     state.root.write().children.emplace_back(std::move(layer));
     return Board(std::move(state), "Blobs");
 }
