@@ -30,6 +30,14 @@ void drawToolButton(const QStyleOption& option, QPainter& painter) {
     painter.restore();
 }
 
+void drawRow(const QStyleOption& option, QPainter& painter) {
+    if ((option.state & QStyle::State_Selected) != 0) {
+        painter.fillRect(option.rect, Theme::color(ThemeColor::selection));
+    } else if ((option.state & QStyle::State_MouseOver) != 0) {
+        painter.fillRect(option.rect, Theme::color(ThemeColor::hovered));
+    }
+}
+
 /// A line between rows, a frame around one.
 void drawDropIndicator(const QStyleOption& option, QPainter& painter) {
     painter.save();
@@ -95,6 +103,10 @@ void LookStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
     switch (element) {
     case PE_PanelButtonTool:
         return drawToolButton(*option, *painter);
+    case PE_PanelItemViewItem:
+        return drawRow(*option, *painter);
+    case PE_PanelItemViewRow:
+        return; // items and branches cover it
     case PE_IndicatorItemViewItemDrop:
         return drawDropIndicator(*option, *painter);
     default:

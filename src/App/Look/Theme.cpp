@@ -36,6 +36,7 @@ constexpr std::array<ThemeRow, static_cast<std::size_t>(ThemeColor::count)> rows
     {ThemeColor::selectedText, 0xFFFFFFFF, 0xFFFFFFFF},
     {ThemeColor::checkerLight, 0xFFD8D8D8, 0xFFFFFFFF},
     {ThemeColor::checkerDark, 0xFFB4B4B4, 0xFFD4D4D4},
+    {ThemeColor::scrollHandle, 0xFF54575D, 0xFFBFC1C6},
     {ThemeColor::pasteboard, 0xFF1F2022, 0xFFB9BABD},
 }};
 
@@ -90,8 +91,17 @@ QString styleSheet() {
     const auto name = [](ThemeColor color) { return Theme::color(color).name(); };
     return QStringLiteral("QToolTip { color: %1; background: %2; border: 1px solid %3;"
                           " padding: 3px; }"
-                          "QMainWindow::separator { background: %3; width: 3px; height: 3px; }")
-        .arg(name(ThemeColor::text), name(ThemeColor::field), name(ThemeColor::edge));
+                          "QMainWindow::separator { background: %3; width: 3px; height: 3px; }"
+                          "QScrollBar { background: transparent; border: none; margin: 0; }"
+                          "QScrollBar:vertical { width: 10px; }"
+                          "QScrollBar:horizontal { height: 10px; }"
+                          "QScrollBar::handle { background: %4; border-radius: 3px;"
+                          " margin: 2px; min-width: 24px; min-height: 24px; }"
+                          "QScrollBar::handle:hover { background: %5; }"
+                          "QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }"
+                          "QScrollBar::add-page, QScrollBar::sub-page { background: none; }")
+        .arg(name(ThemeColor::text), name(ThemeColor::field), name(ThemeColor::edge),
+             name(ThemeColor::scrollHandle), name(ThemeColor::dimText));
 }
 
 } // namespace

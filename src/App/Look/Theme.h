@@ -33,6 +33,7 @@ enum class ThemeColor : std::uint8_t {
     selectedText,
     checkerLight, ///< squares behind transparent pictures
     checkerDark,
+    scrollHandle,
     pasteboard, ///< around the canvas
     count,
 };

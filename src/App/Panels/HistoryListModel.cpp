@@ -54,7 +54,7 @@ HistoryListModel::Time HistoryListModel::timeOf(int row) const {
 }
 
 QVariant HistoryListModel::data(const QModelIndex& index, int role) const {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
+    if (!index.isValid()) return {};
     const QString& name = rows_[static_cast<std::size_t>(index.row())].name;
     const Time time = timeOf(index.row());
     switch (role) {

@@ -1,6 +1,7 @@
 #include "App/Panels/PanelCatalog.h"
 
 #include "App/Panels/HistoryPanel.h"
+#include "App/Panels/LayersPanel.h"
 
 #include <array>
 
@@ -13,7 +14,8 @@ QWidget* make(const PanelContext& context, QWidget* parent) {
     return new Panel(context, parent); // the parent owns it
 }
 
-constexpr std::array<PanelDescription, 1> panels{{
+constexpr std::array<PanelDescription, 2> panels{{
+    {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>},
     {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>},
 }};
 
