@@ -93,6 +93,33 @@ std::size_t CompositeCache::entryCount() const {
     return count;
 }
 
+std::size_t CompositeCache::stepsOf(TileCoord coord) const {
+    std::size_t steps = stepsOfTile;
+    for (std::size_t i = stops_.firstStep(program_, coord); i < program_.size(); ++i) {
+        const PixelLayer* layer = program_[i].pixelLayer();
+        steps += layer != nullptr && touches(layer->pixels, TileShift::of(layer->offset), coord);
+    }
+    return steps;
+}
+
+bool CompositeCache::fits(int level, std::span<const TileCoord> coords, double seconds) const {
+    double steps = seconds / layerSeconds_;
+    return std::ranges::all_of(coords, [&](TileCoord coord) { return spend(level, coord, steps); });
+}
+
+bool CompositeCache::spend(int level, TileCoord coord, double& steps) const {
+    if (!geometry_.contains(level, coord) || isValid(level, coord)) return true;
+    if (level == 0) {
+        if (!std::holds_alternative<NeedsComposite>(classifier_->classify(coord))) return true;
+        steps -= static_cast<double>(stepsOf(coord));
+        return steps >= 0;
+    }
+    const TileRange base = intersectionOf(PyramidGeometry::base(level, coord), geometry_.tiles(0));
+    if (std::holds_alternative<EmptyTile>(classifier_->classifyAll(base))) return true;
+    return std::ranges::all_of(PyramidGeometry::children(coord),
+                               [&](TileCoord child) { return spend(level - 1, child, steps); });
+}
+
 void CompositeCache::put(int level, TileCoord coord, Content content) {
     Entry& entry = this->level(level)[coord];
     if (isOwned(entry.content)) --ownedCount_;

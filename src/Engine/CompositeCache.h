@@ -92,11 +92,21 @@ public:
                stops_.bytes();
     }
     std::size_t entryCount() const;
-    /// What compositing a tile of this program took lately.
-    double secondsOfTile() const { return compositeSeconds_; }
+    /// What compositing a tile of which every layer has something may take.
+    double secondsOfTile() const {
+        return layerSeconds_ * static_cast<double>(program_.size() + stepsOfTile);
+    }
+    /// What a tile took lately, with all that could be left out; 0 before the first.
+    double lastSecondsOfTile() const { return tileSeconds_; }
+    /// Whether the tiles can be made valid in that time, as far as one can tell beforehand. Costs
+    /// by the tiles that fit.
+    bool fits(int level, std::span<const TileCoord> coords, double seconds) const;
 
 private:
     class Refresh;
+
+    static constexpr std::size_t stepsOfTile = 2; ///< that reading and writing a tile amounts to
+
     using Level = std::unordered_map<TileCoord, Entry>;
 
     Level& level(int index) { return levels_[static_cast<std::size_t>(index)]; }
@@ -105,6 +115,10 @@ private:
     /// A valid entry; an owned buffer that it replaces is let go.
     void put(int level, TileCoord coord, Content content);
     void checkActor() const;
+    /// Layers to be composited in a tile of level 0, and what comes with each tile.
+    std::size_t stepsOf(TileCoord coord) const;
+    /// Takes what making a tile valid costs away from the steps there are; false where they end.
+    bool spend(int level, TileCoord coord, double& steps) const;
 
     void markEverything();
     void mark(const ProgramChanges& changes);
@@ -125,8 +139,9 @@ private:
     std::size_t ownedCount_ = 0;
     std::size_t lastCompositedTiles_ = 0;
     std::size_t lastDownsampledTiles_ = 0;
-    /// What a tile took lately: tells how many fit before a deadline.
-    double compositeSeconds_ = 5e-4;
+    /// What a layer of a tile, and a tile, took lately: tells how many fit before a deadline.
+    double layerSeconds_ = 1e-4;
+    double tileSeconds_ = 0;
     double downsampleSeconds_ = 1e-4;
 };
 

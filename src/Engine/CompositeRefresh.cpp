@@ -22,11 +22,11 @@ constexpr std::size_t tilesBeforeDeadline = 32;
 constexpr std::uint64_t visitsBetweenLooks = 256;
 constexpr std::int64_t bytesOfTile = bytesPerTile(TileFormat::rgba16Float);
 
-/// Moves an estimate half way to what `count` tiles took.
-void learn(double& secondsPerTile, std::size_t count, CompositeCache::Clock::time_point begin) {
+/// Moves an estimate half way to what `count` pieces took.
+void learn(double& secondsOfOne, std::size_t count, CompositeCache::Clock::time_point begin) {
     if (count == 0) return;
     const Seconds taken = CompositeCache::Clock::now() - begin;
-    secondsPerTile = (secondsPerTile + taken.count() / static_cast<double>(count)) / 2;
+    secondsOfOne = (secondsOfOne + taken.count() / static_cast<double>(count)) / 2;
 }
 
 } // namespace
@@ -66,6 +66,7 @@ void CompositeCache::Refresh::visit(int level, TileCoord coord) {
     if (!settle(level, coord)) {
         if (level == 0) {
             composites_.push_back(coord);
+            if (budget_.deadline) compositeSteps_ += cache_.stepsOf(coord);
         } else {
             for (const TileCoord child : PyramidGeometry::children(coord)) {
                 if (!cache_.geometry_.contains(level - 1, child)) continue;
@@ -109,7 +110,7 @@ bool CompositeCache::Refresh::isBatchFull() const {
         cache_.lastCompositedTiles_ + count >= budget_.tiles)
         return true;
     if (!budget_.deadline) return false;
-    const Seconds needed(static_cast<double>(count) * cache_.compositeSeconds_ +
+    const Seconds needed(static_cast<double>(compositeSteps_) * cache_.layerSeconds_ +
                          static_cast<double>(parents_.size()) * cache_.downsampleSeconds_);
     return pending >= tilesBeforeDeadline || Clock::now() + needed >= *budget_.deadline;
 }
@@ -122,6 +123,7 @@ void CompositeCache::Refresh::flush() {
     if (!error_) composite();
     if (!error_) downsample();
     composites_.clear();
+    compositeSteps_ = 0;
     parents_.clear();
     trim();
     isSpent_ = error_ || isLate() || cache_.lastCompositedTiles_ >= budget_.tiles;
@@ -149,7 +151,8 @@ void CompositeCache::Refresh::composite() {
                     cache_.lastCompositedTiles_ += coords.size();
                 });
     if (!result) error_ = result.error();
-    learn(cache_.compositeSeconds_, composites_.size(), begin);
+    learn(cache_.layerSeconds_, compositeSteps_, begin);
+    learn(cache_.tileSeconds_, composites_.size(), begin);
 }
 
 void CompositeCache::Refresh::downsample() {

@@ -45,6 +45,7 @@ private:
     const int level_; ///< the wanted one
     const Budget& budget_;
     std::vector<TileCoord> composites_; ///< pending, of level 0
+    std::size_t compositeSteps_ = 0;    ///< what they come to
     std::vector<Parent> parents_;       ///< pending; their children are valid or pending
     bool isSpent_ = false;
     std::uint64_t visits_ = 0;

@@ -8,7 +8,7 @@
 #include "Engine/ViewGeometry.h"
 
 #include <algorithm>
-#include <cmath>
+#include <iterator>
 #include <unistd.h>
 #include <unordered_set>
 
@@ -21,8 +21,9 @@ using Clock = CompositeCache::Clock;
 constexpr int mostFramesInFlight = 2; ///< besides the one that is being drawn
 constexpr int framesBetweenPrunes = 30;
 constexpr std::size_t hiddenSlots = 8;
-constexpr int coarserLevels = 3;   ///< more, and a stand-in says little
-constexpr int coarsestPreview = 6; ///< a sampled tile has 64 x 64 tiles of each layer below it
+constexpr int framesForFirstLook = 10; ///< before it there is nothing at all to show
+constexpr int coarserLevels = 3;       ///< more, and a stand-in says little
+constexpr int coarsestPreview = 6;     ///< a sampled tile has 64 x 64 tiles of each layer below it
 
 bool intersects(const RealRect& a, const RealRect& b) {
     return a.origin.x < b.origin.x + b.size.width && b.origin.x < a.origin.x + a.size.width &&
@@ -135,7 +136,15 @@ struct DocumentRenderer::Work {
     RealRect view;
     Frame frame;
     std::optional<Clock::time_point> deadline;
+    std::optional<Clock::time_point> previewDeadline;
     std::size_t tilesLeft = 0;
+    bool hasWorked = false; ///< got further with anything
+
+    /// Whether something that takes so long fits in; always, where nothing was done yet.
+    bool hasTimeFor(double seconds) const {
+        const std::chrono::duration<double> needed(seconds);
+        return !hasWorked || !deadline || Clock::now() + needed < *deadline;
+    }
 };
 
 std::int64_t DocumentRenderer::defaultCacheBytes() {
@@ -171,8 +180,13 @@ DocumentRenderer::draw(const Viewport& viewport, const DocumentState& state) {
               .view = visibleRect(viewport),
               .frame = groundOf(viewport),
               .deadline = {},
+              .previewDeadline = {},
               .tilesLeft = options_.tilesOfFrame};
-    if (options_.frameTime) work.deadline = begin + *options_.frameTime;
+    if (options_.frameTime) {
+        work.deadline = begin + *options_.frameTime;
+        work.previewDeadline =
+            begin + *options_.frameTime * (slots_.empty() ? framesForFirstLook : 1);
+    }
     Frame& frame = work.frame;
     frame.number = ++frame_;
     if (auto result = drawMain(state, work); !result) return std::unexpected(result.error());
@@ -247,15 +261,7 @@ std::expected<void, EngineError> DocumentRenderer::addNode(Slot& slot, const Doc
         tilesFromMiddle(cache.geometry(), node.level, work.view, node.bounds.origin);
     if (refreshes && work.tilesLeft > 0 && !cache.isReady(node.level, coords)) {
         if (auto shown = preview(slot, node.level, coords, work); !shown) return shown;
-        const auto result = cache.refresh(node.level, coords,
-                                          {.deadline = work.deadline,
-                                           .tiles = work.tilesLeft,
-                                           .ownedBytes = options_.cacheBytes});
-        if (!result) return std::unexpected(result.error());
-        const std::size_t composited = cache.lastCompositedTiles();
-        work.tilesLeft -= std::min(composited, work.tilesLeft);
-        statistics.compositedTiles += static_cast<int>(composited);
-        statistics.downsampledTiles += static_cast<int>(cache.lastDownsampledTiles());
+        if (auto done = refresh(slot, node.level, coords, work); !done) return done;
     }
     if (work.frame.nodes.empty()) statistics.level = node.level;
     statistics.visibleTiles += static_cast<int>(coords.size());
@@ -264,21 +270,34 @@ std::expected<void, EngineError> DocumentRenderer::addNode(Slot& slot, const Doc
     return {};
 }
 
-std::expected<void, EngineError> DocumentRenderer::preview(Slot& slot, int level,
-                                                           std::span<const TileCoord> coords,
-                                                           const Work& work) {
+std::expected<void, EngineError>
+DocumentRenderer::refresh(Slot& slot, int level, std::span<const TileCoord> coords, Work& work) {
+    CompositeCache& cache = slot.cache;
+    if (!work.hasTimeFor(cache.secondsOfTile())) return {};
+    const auto result = cache.refresh(
+        level, coords,
+        {.deadline = work.deadline, .tiles = work.tilesLeft, .ownedBytes = options_.cacheBytes});
+    if (!result) return std::unexpected(result.error());
+    const std::size_t composited = cache.lastCompositedTiles();
+    const std::size_t downsampled = cache.lastDownsampledTiles();
+    work.hasWorked = work.hasWorked || composited + downsampled > 0;
+    work.tilesLeft -= std::min(composited, work.tilesLeft);
+    work.frame.statistics.compositedTiles += static_cast<int>(composited);
+    work.frame.statistics.downsampledTiles += static_cast<int>(downsampled);
+    return {};
+}
+
+std::expected<void, EngineError>
+DocumentRenderer::preview(Slot& slot, int level, std::span<const TileCoord> coords, Work& work) {
     const CompositeCache& cache = slot.cache;
     const bool isOneLayer = cache.program().size() < 2; // mostly shown as it stands
-    if (!work.deadline || isOneLayer) return {};
+    if (!work.deadline || isOneLayer || !work.hasTimeFor(0)) return {};
     std::vector<TileCoord> missing;
-    double exactTiles = 0;
-    for (const TileCoord coord : coords) {
-        if (cache.isValid(level, coord)) continue;
-        exactTiles += std::exp2(2 * level);
-        if (!hasValidAbove(cache, level, coord)) missing.push_back(coord);
-    }
+    std::ranges::copy_if(coords, std::back_inserter(missing), [&](TileCoord coord) {
+        return !cache.isValid(level, coord) && !hasValidAbove(cache, level, coord);
+    });
     const double frameSeconds = std::chrono::duration<double>(*options_.frameTime).count();
-    if (missing.empty() || exactTiles * cache.secondsOfTile() <= frameSeconds) return {};
+    if (missing.empty() || cache.fits(level, coords, frameSeconds)) return {};
     // The finest level of which a frame can composite all that is missing; the one there is, if it
     // nearly does, because its samples are taken already.
     const int last = std::min({level + coarserLevels, coarsestPreview, cache.maxLevel()});
@@ -291,12 +310,18 @@ std::expected<void, EngineError> DocumentRenderer::preview(Slot& slot, int level
     if (chosen > last) return {};
     if (!slot.preview) slot.preview = std::make_unique<PreviewCache>(device_, store_, actor_);
     const int present = slot.preview->level();
-    if (present >= std::max(level, 1) && present <= last && seconds(present) <= 2 * frameSeconds)
+    const auto presentTiles = [&] { // as fast as they were, if that is known
+        return static_cast<double>(ancestorsOf(missing, present - level).size());
+    };
+    if (present >= std::max(level, 1) && present <= last &&
+        (seconds(present) <= 2 * frameSeconds ||
+         presentTiles() * slot.preview->secondsOfTile() <= frameSeconds))
         chosen = present;
     slot.preview->update(cache.program(), cache.canvasSize(), cache.perceptualBlend(), chosen);
-    const auto result = slot.preview->refresh(ancestorsOf(missing, chosen - level), *work.deadline,
-                                              options_.cacheBytes);
+    const auto result = slot.preview->refresh(ancestorsOf(missing, chosen - level),
+                                              *work.previewDeadline, options_.cacheBytes);
     if (!result) return std::unexpected(result.error());
+    work.hasWorked = work.hasWorked || slot.preview->hasWorked();
     return {};
 }
 

@@ -28,7 +28,7 @@ class DocumentRenderer {
 public:
     struct Options {
         /// For bringing tiles up to date; absent: as long as it takes.
-        std::optional<std::chrono::nanoseconds> frameTime = std::chrono::milliseconds(10);
+        std::optional<std::chrono::nanoseconds> frameTime = std::chrono::milliseconds(8);
         /// The same as a number of tiles to composite, where results must not depend on time.
         std::size_t tilesOfFrame = std::numeric_limits<std::size_t>::max();
         std::int64_t cacheBytes = defaultCacheBytes(); ///< for one node, and for all hidden ones
@@ -71,7 +71,10 @@ private:
                                              bool refreshes, Work& work);
     /// Where the exact picture is out of reach of this frame: a preview of what is not there.
     std::expected<void, EngineError> preview(Slot& slot, int level,
-                                             std::span<const TileCoord> coords, const Work& work);
+                                             std::span<const TileCoord> coords, Work& work);
+    /// Makes tiles exact as far as the frame's time goes.
+    std::expected<void, EngineError> refresh(Slot& slot, int level,
+                                             std::span<const TileCoord> coords, Work& work);
     std::int64_t ownedBytes() const;
     /// Lets go of the coldest caches that this frame did not use, above the budget.
     void prune();

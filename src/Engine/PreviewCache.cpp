@@ -9,8 +9,10 @@ namespace ombrel {
 
 namespace {
 
-constexpr std::size_t pagedAtOnce = 64;
-constexpr std::size_t jobsAtOnce = 32;
+// What is done before the next look at the time. A job reads a line of memory for every sample:
+// four of them take a millisecond or two.
+constexpr std::size_t pagedAtOnce = 16;
+constexpr std::size_t jobsAtOnce = 4;
 
 /// The tiles of a level that a cell of a grid touches.
 TileRange tilesOver(TileCoord cell, PixelOffset offset, int level) {
@@ -143,7 +145,11 @@ std::optional<SampleJob> PreviewCache::jobOf(const Samples& samples, TileCoord c
     return job;
 }
 
-bool PreviewCache::take(TileCoord coord, Clock::time_point deadline, bool mayBeLate) {
+bool PreviewCache::mayGoOn(Clock::time_point deadline) const {
+    return !hasWorked_ || Clock::now() < deadline;
+}
+
+bool PreviewCache::take(TileCoord coord, Clock::time_point deadline) {
     std::vector<PendingSample> pending;
     std::vector<Tile> tiles;
     for (auto& [key, samples] : samples_) {
@@ -152,6 +158,10 @@ bool PreviewCache::take(TileCoord coord, Clock::time_point deadline, bool mayBeL
         if (content.kind == TileRangeContent::Kind::mixed) {
             if (auto job = jobOf(samples, coord, tiles)) {
                 pending.push_back({&samples, *std::move(job)});
+                if (pending.size() < jobsAtOnce) continue;
+                if (!takeSome(pending, tiles, coord, deadline)) return false;
+                pending.clear();
+                tiles.clear();
                 continue;
             }
         } else if (content.kind == TileRangeContent::Kind::solid) {
@@ -159,24 +169,26 @@ bool PreviewCache::take(TileCoord coord, Clock::time_point deadline, bool mayBeL
         }
         samples.taken.insert(coord);
     }
-    if (!pageIn(tiles, deadline, mayBeLate)) return false;
-    for (std::size_t from = 0; from < pending.size(); from += jobsAtOnce) {
-        const std::size_t count = std::min(jobsAtOnce, pending.size() - from);
-        if (!run(std::span(pending).subspan(from, count), tiles, coord)) return false;
-    }
-    return true;
+    return pending.empty() || takeSome(pending, tiles, coord, deadline);
 }
 
-bool PreviewCache::pageIn(std::span<const Tile> tiles, Clock::time_point deadline, bool mayBeLate) {
+bool PreviewCache::takeSome(std::span<PendingSample> pending, std::span<const Tile> tiles,
+                            TileCoord coord, Clock::time_point deadline) {
+    if (!mayGoOn(deadline) || !pageIn(tiles, deadline)) return false;
+    hasWorked_ = true;
+    return run(pending, tiles, coord);
+}
+
+bool PreviewCache::pageIn(std::span<const Tile> tiles, Clock::time_point deadline) {
     std::vector<Tile> cold;
     for (std::size_t i = 0; i <= tiles.size(); ++i) {
         const bool isEnd = i == tiles.size();
         if (!isEnd && !tiles[i].store().isResident(tiles[i])) cold.push_back(tiles[i]);
         if (cold.empty() || (!isEnd && cold.size() < pagedAtOnce)) continue;
-        if (!mayBeLate && Clock::now() >= deadline) return false;
+        if (!mayGoOn(deadline)) return false;
         TileStore::prefetch(cold);
         cold.clear();
-        mayBeLate = false;
+        hasWorked_ = true;
     }
     return true;
 }
@@ -214,17 +226,17 @@ std::expected<bool, EngineError> PreviewCache::refresh(std::span<const TileCoord
                                                        Clock::time_point deadline,
                                                        std::int64_t ownedBytes) {
     std::size_t count = 0;
-    bool hasWorked = false;
+    hasWorked_ = false;
     for (; count < coords.size(); ++count) {
         if (isTaken(coords[count])) continue;
-        if (hasWorked && Clock::now() >= deadline) break;
-        if (!take(coords[count], deadline, !hasWorked)) break;
-        hasWorked = true;
+        if (!mayGoOn(deadline) || !take(coords[count], deadline)) break;
     }
     cache_.update(reduced(), canvas_, perceptual_);
-    const auto result =
-        cache_.refresh(0, coords.first(count), {.deadline = deadline, .ownedBytes = ownedBytes});
+    const std::span<const TileCoord> taken = coords.first(count);
+    if (!mayGoOn(deadline)) return count == coords.size() && cache_.isReady(0, taken);
+    const auto result = cache_.refresh(0, taken, {.deadline = deadline, .ownedBytes = ownedBytes});
     if (!result) return std::unexpected(result.error());
+    hasWorked_ = hasWorked_ || cache_.lastCompositedTiles() > 0;
     return *result && count == coords.size();
 }
 

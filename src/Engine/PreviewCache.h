@@ -25,13 +25,16 @@ public:
 
     /// Takes a compiled program; samples that did not change are kept while the level stays.
     void update(const CompositeProgram& program, PixelSize canvas, bool perceptual, int level);
-    /// Samples and composites tiles of the level, the first ones first, until the deadline; at
-    /// least one each time. True when all are done.
+    /// Samples and composites tiles of the level, the first ones first, until the deadline; some
+    /// layers of one or one tile each time. True when all are done.
     std::expected<bool, EngineError> refresh(std::span<const TileCoord> coords,
                                              Clock::time_point deadline, std::int64_t ownedBytes);
     void drop();
 
     int level() const { return level_; }
+    /// What compositing a tile of the present level took lately; 0 before the first.
+    double secondsOfTile() const { return cache_.lastSecondsOfTile(); }
+    bool hasWorked() const { return hasWorked_; } ///< the last refresh, at all
     /// The content of a tile of the level; null where there is none that is up to date.
     const CompositeCache::Content* content(TileCoord coord) const;
     std::int64_t ownedBytes() const { return cache_.ownedBytes(); }
@@ -66,11 +69,14 @@ private:
     CompositeProgram reduced() const;
     void reduceMask(LayerMask& mask, const Key& key) const;
     bool isTaken(TileCoord coord) const;
-    /// The samples of a tile; false where tiles are not in memory and time is up.
-    bool take(TileCoord coord, Clock::time_point deadline, bool mayBeLate);
-    /// False where tiles are left out because time is up; some are always brought in if
-    /// `mayBeLate`.
-    static bool pageIn(std::span<const Tile> tiles, Clock::time_point deadline, bool mayBeLate);
+    /// Whether there is time, or nothing was done yet in this refresh.
+    bool mayGoOn(Clock::time_point deadline) const;
+    /// The samples of a tile, a few layers after the other; false where time was up before.
+    bool take(TileCoord coord, Clock::time_point deadline);
+    bool takeSome(std::span<PendingSample> pending, std::span<const Tile> tiles, TileCoord coord,
+                  Clock::time_point deadline);
+    /// False where tiles are left out because time is up.
+    bool pageIn(std::span<const Tile> tiles, Clock::time_point deadline);
     bool run(std::span<PendingSample> pending, std::span<const Tile> tiles, TileCoord coord);
     /// `reserved` of a cell holds the number of its tile among `tiles`, counted from 1.
     std::optional<SampleJob> jobOf(const Samples& samples, TileCoord coord,
@@ -83,6 +89,7 @@ private:
     int level_ = 0;
     PixelSize canvas_; ///< of the samples
     bool perceptual_ = true;
+    bool hasWorked_ = false;
     CompositeProgram program_;
     std::map<Key, Samples> samples_;
 };
