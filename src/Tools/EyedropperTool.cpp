@@ -43,7 +43,7 @@ void EyedropperTool::setSettings(Settings settings) {
     settings.sampleSide = offeredSide(settings.sampleSide);
     if (settings == settings_) return;
     settings_ = settings;
-    if (onSettingsChange) onSettingsChange();
+    settingsChanged.emit();
 }
 
 ToolCursor EyedropperTool::currentCursor(ToolModifiers /*modifiers*/) const {

@@ -59,7 +59,7 @@ std::vector<LayerID> copiesOf(const DuplicateLayersCommand& command) {
 void MoveTool::setSettings(const Settings& settings) {
     if (settings == settings_) return;
     settings_ = settings;
-    if (onSettingsChange) onSettingsChange();
+    settingsChanged.emit();
 }
 
 ToolCursor MoveTool::currentCursor(ToolModifiers modifiers) const {

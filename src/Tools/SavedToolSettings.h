@@ -4,8 +4,8 @@
 
 #include "Base/Json.h"
 #include "Base/SettingKeys.h"
+#include "Base/Signal.h"
 
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -28,7 +28,7 @@ public:
         return std::string(SettingKeys::toolSettingsPrefix).append(settingsKey());
     }
 
-    std::function<void()> onSettingsChange; ///< whoever stores them listens here
+    Signal<> settingsChanged; ///< for whoever stores or shows them
 };
 
 } // namespace ombrel
