@@ -39,15 +39,18 @@ void DocumentRecovery::editedStateChanged() {
 void DocumentRecovery::schedule() {
     if (isTaskUnderWay_ || isClosed_) return;
     isTaskUnderWay_ = true;
-    timer_.startOnce(std::chrono::duration_cast<Timer::Duration>(delay()), services_.main,
-                     [weak = weak_from_this()] {
-                         if (const auto self = weak.lock()) self->wake();
-                     });
+    const auto length = std::chrono::duration_cast<Timer::Duration>(delay());
+    auto wakeUp = [weak = weak_from_this(), task = task_] {
+        if (const auto self = weak.lock()) self->wake(task);
+    };
+    if (services_.sleep) return services_.sleep(length, std::move(wakeUp));
+    timer_.startOnce(length, services_.main, std::move(wakeUp));
 }
 
-void DocumentRecovery::wake() {
+void DocumentRecovery::wake(std::int64_t task) {
+    if (task != task_ || isClosed_) return; // dropped while it slept
     isTaskUnderWay_ = false;
-    if (isClosed_ || !questions_.isEdited()) return;
+    if (!questions_.isEdited()) return;
     if (!questions_.isInterruptible()) return schedule();
     if (changedSinceRecovery_) write();
 }

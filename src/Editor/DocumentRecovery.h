@@ -22,6 +22,8 @@ public:
         Executor& main;
         Executor& worker; ///< one task at a time, in order: a Strand
         RecoveryStore& store;
+        /// Calls back on `main` after a while; empty: by the clock.
+        std::function<void(Timer::Duration, Executor::Task)> sleep = {};
     };
     struct Copy {
         Board board;
@@ -55,7 +57,7 @@ public:
 
 private:
     void schedule();
-    void wake();
+    void wake(std::int64_t task);
     void write();
     void finishWrite(std::int64_t task, std::expected<std::uint64_t, NativeSaveError> written);
     void dropTask();
