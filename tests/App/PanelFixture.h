@@ -5,7 +5,6 @@
 #include "Editor/SessionFixture.h"
 
 #include <QCoreApplication>
-#include <QEvent>
 #include <memory>
 #include <vector>
 
@@ -23,7 +22,6 @@ struct PanelFixture : SessionFixture {
             executors.settle();
             QCoreApplication::sendPostedEvents();
             QCoreApplication::processEvents();
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         }
     }
 

@@ -5,9 +5,12 @@
 #include "Base/Executor.h"
 #include "Base/Settings.h"
 #include "Base/Strand.h"
+#include "Base/Timer.h"
 #include "Core/TileStore.h"
 #include "Engine/PixelDevice.h"
 #include "IO/RecoveryStore.h"
+
+#include <functional>
 
 namespace ombrel {
 
@@ -24,6 +27,8 @@ struct AppServices {
     RecoveryStore& recovery;
     Dialogs& dialogs;
     Activities& activities;
+    /// Of recovery copies, as DocumentRecovery::Services has it; empty: by the clock.
+    std::function<void(Timer::Duration, Executor::Task)> recoverySleep = {};
 };
 
 } // namespace ombrel

@@ -25,6 +25,9 @@ std::filesystem::path resolved(const std::filesystem::path& path) {
     return error ? std::filesystem::absolute(path, error) : canonical;
 }
 
+/// How long a file may take before there is a window that tells of it.
+constexpr auto unseenOpening = std::chrono::milliseconds(400);
+
 void raise(QWidget& window) {
     if (window.isMinimized()) window.showNormal();
     window.show();
@@ -62,16 +65,12 @@ void DocumentController::activate(const std::vector<Path>& files) {
 void DocumentController::offerRecovery() {
     isRecovering_ = true;
     postWithAnswer(
-        services_.recoveryWriter,
-        [&store = services_.recovery] {
-            store.removeOrphans();
-            return store.entries();
-        },
-        services_.main,
-        [this](std::vector<RecoveryStore::Entry> entries) {
+        services_.recoveryWriter, [&store = services_.recovery] { return store.entries(); },
+        services_.main, whileAlive([this](std::vector<RecoveryStore::Entry> entries) {
+            services_.recoveryWriter.post([&store = services_.recovery] { store.removeOrphans(); });
             std::ranges::reverse(entries); // taken from the end, the oldest first
             offerNext(std::make_shared<std::vector<RecoveryStore::Entry>>(std::move(entries)));
-        });
+        }));
 }
 
 void DocumentController::offerNext(std::shared_ptr<std::vector<RecoveryStore::Entry>> entries) {
@@ -84,17 +83,17 @@ void DocumentController::offerNext(std::shared_ptr<std::vector<RecoveryStore::En
     auto activity = services_.activities.begin(fmt::format("Recovering {}", entry.name));
     postWithAnswer(
         services_.worker,
-        [&services = services_, entry, progress = activity->progress()] {
-            auto board = services.recovery.read(entry, services.store, progress.get());
+        [&recovery = services_.recovery, &store = services_.store, entry,
+         progress = activity->progress()] {
+            auto board = recovery.read(entry, store, progress.get());
             const bool isKept = board || progress->isCancelled() ||
                                 (std::holds_alternative<FileError>(board.error()) &&
                                  std::get<FileError>(board.error()).code == EBUSY);
-            if (!isKept) services.recovery.remove(entry.id);
-            if (!board) services.recovery.release(entry.id);
+            if (!isKept) recovery.remove(entry.id);
+            if (!board) recovery.release(entry.id);
             return board;
         },
-        services_.main,
-        [this, entries, entry, activity](auto board) mutable {
+        services_.main, whileAlive([this, entries, entry, activity](auto board) mutable {
             activity.reset();
             if (board && !isTerminating_) {
                 const auto document = ImageDocument::create(services_, *this);
@@ -102,7 +101,7 @@ void DocumentController::offerNext(std::shared_ptr<std::vector<RecoveryStore::En
                 add(document);
             }
             offerNext(entries);
-        });
+        }));
 }
 
 void DocumentController::add(const std::shared_ptr<ImageDocument>& document) {
@@ -147,6 +146,7 @@ void DocumentController::openFile(const Path& path, QWidget* on) {
             return raise(*document->window());
     }
     if (!opening_.insert(path).second) return;
+    showSlowOpening();
     const auto document = ImageDocument::create(services_, *this);
     auto activity = services_.activities.begin(fmt::format("Opening {}", path.filename().string()));
     postWithAnswer(
@@ -155,17 +155,19 @@ void DocumentController::openFile(const Path& path, QWidget* on) {
             return reading->readFromURL(path, *progress);
         },
         services_.main,
-        [this, document, path, activity, on = QPointer<QWidget>(on)](auto read) mutable {
+        whileAlive([this, document, path, activity, on = QPointer<QWidget>(on)](auto read) mutable {
             opening_.erase(path);
             activity.reset();
             if (!isTerminating_) finishOpening(document, path, on.data(), read);
-        });
+        }));
 }
 
 void DocumentController::finishOpening(const std::shared_ptr<ImageDocument>& document,
                                        const Path& path, QWidget* on,
                                        const std::expected<void, DocumentReadError>& read) {
     if (!read) {
+        const auto* error = std::get_if<FileError>(&read.error().reason);
+        if (error != nullptr && error->code == ENOENT) recentFiles_.forget(path);
         if (!read.error().isCancelled()) tellNotOpened(on, path, read.error().text());
         return showStartWindowIfEmpty();
     }
@@ -175,6 +177,14 @@ void DocumentController::finishOpening(const std::shared_ptr<ImageDocument>& doc
     }
     add(document);
     noteFile(*document);
+}
+
+// A file that is soon there needs no window before its own.
+void DocumentController::showSlowOpening() {
+    if (!documents_.empty() || startWindow_ != nullptr || slowOpening_.isActive()) return;
+    slowOpening_.startOnce(unseenOpening, services_.main, [this] {
+        if (documents_.empty() && !opening_.empty() && !isTerminating_) showStartWindow();
+    });
 }
 
 // Where the window that asked has gone, or there never was one, the start window tells it.
@@ -239,9 +249,28 @@ void DocumentController::startWindowClosed() {
 void DocumentController::quit() {
     if (isAskingToQuit_ || isTerminating_) return;
     isAskingToQuit_ = true;
-    Documents asked = documents_;
-    std::ranges::reverse(asked);
-    askNext(std::move(asked));
+    const auto ask = [this](bool mayGoOn) {
+        isAskingToQuit_ = mayGoOn;
+        Documents asked = documents_;
+        std::ranges::reverse(asked);
+        if (mayGoOn) askNext(std::move(asked));
+    };
+    const std::optional<Activities::Activity> work = unfinishedExport();
+    if (!work) return ask(true);
+    services_.dialogs.confirm(
+        nullptr,
+        {.title = "Quit before the work has ended?",
+         .text = fmt::format("“{}” has not ended; nothing of it will be left.", work->text),
+         .accept = "Quit"},
+        ask);
+}
+
+// Saving is waited for before a document closes; reading leaves nothing behind.
+std::optional<Activities::Activity> DocumentController::unfinishedExport() const {
+    for (const Activities::Activity& activity : services_.activities.all()) {
+        if (activity.document != nullptr && !activity.document->isSaving()) return activity;
+    }
+    return std::nullopt;
 }
 
 void DocumentController::askNext(Documents left) {

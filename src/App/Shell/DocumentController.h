@@ -1,6 +1,7 @@
 // All open documents of the process, the start window, and how the process ends. Main thread.
 #pragma once
 
+#include "App/Shell/Activities.h"
 #include "App/Shell/AppServices.h"
 #include "App/Shell/ImageDocument.h"
 #include "Editor/RecentFiles.h"
@@ -74,9 +75,19 @@ private:
     void openFile(const Path& path, QWidget* on);
     void finishOpening(const std::shared_ptr<ImageDocument>& document, const Path& path,
                        QWidget* on, const std::expected<void, DocumentReadError>& read);
+    void showSlowOpening();
+    std::optional<Activities::Activity> unfinishedExport() const;
     void tellNotOpened(QWidget* on, const Path& path, const std::string& text);
     void showStartWindowIfEmpty();
     void add(const std::shared_ptr<ImageDocument>& document);
+    /// An answer that comes too late is dropped.
+    template <typename Answer>
+    auto whileAlive(Answer answer) const {
+        return [alive = std::weak_ptr<int>(alive_),
+                answer = std::move(answer)](auto&& result) mutable {
+            if (!alive.expired()) answer(std::forward<decltype(result)>(result));
+        };
+    }
     void askNext(Documents left);
     void finish();
 
@@ -86,12 +97,14 @@ private:
     std::unique_ptr<Thumbnails> thumbnails_;
     Documents documents_;
     std::set<Path> opening_;
+    Timer slowOpening_;
     StartWindow* startWindow_ = nullptr; ///< deletes itself
     std::optional<QRect> lastDocumentFrame_;
     int untitledCount_ = 0;
     bool isRecovering_ = false;
     bool isAskingToQuit_ = false;
     bool isTerminating_ = false;
+    std::shared_ptr<int> alive_ = std::make_shared<int>();
 };
 
 } // namespace ombrel

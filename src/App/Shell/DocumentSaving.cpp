@@ -107,9 +107,10 @@ void ImageDocument::exportToURL(const Path& path, ImageFormat format,
                                 const ExportOptions& options) {
     auto activity =
         services_.activities.begin(fmt::format("Exporting {}", path.filename().string()), this);
-    const auto work = [&services = services_, state = board().activeNode().state, path, format,
-                       options, progress = activity->progress()] {
-        StateBands bands(state, services.device, services.store, nullptr, progress.get());
+    const auto work = [&device = services_.device, &store = services_.store,
+                       state = board().activeNode().state, path, format, options,
+                       progress = activity->progress()] {
+        StateBands bands(state, device, store, nullptr, progress.get());
         return ImageExporter::write(bands, format, options, state.canvas, path, progress.get());
     };
     postWithAnswer(services_.worker, work, services_.main,

@@ -1,12 +1,12 @@
 #include "App/Shell/DocumentWindow.h"
 
+#include "App/Canvas/CanvasView.h"
 #include "App/Look/QtText.h"
 #include "App/Panels/PanelCatalog.h"
 #include "App/Shell/Dialogs.h"
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/FileKinds.h"
 #include "App/Shell/ImageDocument.h"
-#include "App/Shell/PlainCanvas.h"
 #include "App/Shell/ProgressStrip.h"
 #include "App/Shell/QtPath.h"
 #include "App/Shell/ReportCard.h"
@@ -65,8 +65,13 @@ DocumentWindow::DocumentWindow(ImageDocument& document, DocumentController& cont
 DocumentWindow::~DocumentWindow() = default;
 
 void DocumentWindow::makeCanvas() {
-    canvas_ = new PlainCanvas(document_->session(), services_, this);
+    const CanvasView::Services services{services_.main, services_.store, services_.device,
+                                        services_.settings};
+    canvas_ = new CanvasView(document_->session(), services, this);
     setCentralWidget(canvas_);
+    canvas_->setFocus();
+    connections_.push_back(
+        canvas_->statusMessage.connect([this](const std::string& text) { showMessage(text); }));
 }
 
 void DocumentWindow::makePanels() {

@@ -17,6 +17,7 @@ class QMenu;
 
 namespace ombrel {
 
+class CanvasView;
 class DocumentController;
 class ImageDocument;
 class ProgressStrip;
@@ -35,7 +36,7 @@ public:
     /// What an importer could not keep, on a card over the canvas.
     void showReport(const std::vector<std::string>& report);
 
-    QWidget* canvas() const { return canvas_; }
+    CanvasView& canvas() const { return *canvas_; }
     QAction* action(std::string_view identifier) const; ///< null where there is none
 
 protected:
@@ -59,7 +60,7 @@ private:
     ImageDocument* document_; ///< null once released
     DocumentController& controller_;
     AppServices& services_;
-    QWidget* canvas_ = nullptr;
+    CanvasView* canvas_ = nullptr;
     ProgressStrip* progress_ = nullptr;
     QMenu* panelsMenu_ = nullptr;
     std::vector<QAction*> actions_; ///< as in the table

@@ -58,31 +58,47 @@ void setBudget(TileStore& store, const Settings& settings) {
     store.setBudget(TileStore::Budget::ofMemory(bytes, settings.get(SettingKeys::memoryFraction)));
 }
 
-/// All that lives while windows may.
-int runWindows(RunningInstance& instance, const Files& files) {
-    MainExecutor& main = MainExecutor::shared();
-    Strand recoveryWriter("Recovery", TaskPriority::utility);
+/// Never destroyed: work that nobody waits for at the end may still use it.
+struct Services {
+    Strand recoveryWriter{"Recovery", TaskPriority::utility};
     CpuDevice device;
     MessageBoxes dialogs;
     Activities activities;
-    Settings& settings = Settings::shared();
-    TileStore& store = TileStore::shared();
-    AppServices services{main,     ThreadPool::shared(),    recoveryWriter, store,     device,
-                         settings, RecoveryStore::shared(), dialogs,        activities};
-    const auto budget = settings.onChange(SettingKeys::memoryFraction.name,
-                                          [&](const Json&) { setBudget(store, settings); });
-    setBudget(store, settings);
-    const EventLoopBridge bridge(main);
+    AppServices shared{MainExecutor::shared(),
+                       ThreadPool::shared(),
+                       recoveryWriter,
+                       TileStore::shared(),
+                       device,
+                       Settings::shared(),
+                       RecoveryStore::shared(),
+                       dialogs,
+                       activities};
+};
+
+void endServices(const AppServices& services) {
+    services.recovery.finish();
+    services.recoveryWriter.drain();
+    if (const auto saved = services.settings.save(); !saved)
+        Log::warning("Couldn't save the settings: {}", saved.error().text());
+}
+
+/// All that lives while windows may.
+int runWindows(RunningInstance& instance, const Files& files) {
+    AppServices& services = (new Services)->shared;
+    const auto budget =
+        services.settings.onChange(SettingKeys::memoryFraction.name, [&](const Json&) {
+            setBudget(services.store, services.settings);
+        });
+    setBudget(services.store, services.settings);
+    const EventLoopBridge bridge(MainExecutor::shared());
     DocumentController controller(services, [] { QCoreApplication::quit(); });
     const SignalWatch signals([&] { controller.endAtOnce(); });
     const bool isHeard = instance.listen([&](const Files& more) { controller.activate(more); });
     if (!isHeard) Log::debug("Other processes cannot hand their files over");
-    main.post([&] { controller.start(files); });
+    services.main.post([&] { controller.start(files); });
     const int status = QApplication::exec();
-    RecoveryStore::shared().finish();
-    recoveryWriter.drain();
-    if (const auto saved = settings.save(); !saved)
-        Log::warning("Couldn't save the settings: {}", saved.error().text());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // windows
+    endServices(services);
     return status;
 }
 

@@ -54,8 +54,8 @@ std::vector<DepthChoice> depthsOf(ImageFormat format) {
 
 std::expected<std::uint64_t, ImageIOError>
 measureExport(const DocumentState& state, ImageFormat format, const ExportOptions& options,
-              const AppServices& services, Progress& progress) {
-    StateBands bands(state, services.device, services.store, nullptr, &progress);
+              PixelDevice& device, TileStore& store, Progress& progress) {
+    StateBands bands(state, device, store, nullptr, &progress);
     const auto bytes = ImageExporter::data(bands, format, options, state.canvas, &progress);
     if (!bytes) return std::unexpected(bytes.error());
     return bytes->size();
@@ -163,9 +163,9 @@ void ExportDialog::measure() {
     measuring_ = std::make_shared<Progress>();
     postWithAnswer(
         services_.worker,
-        [&services = services_, state = state_, format = format(), options = options(),
-         progress = measuring_] {
-            return measureExport(state, format, options, services, *progress);
+        [&device = services_.device, &store = services_.store, state = state_, format = format(),
+         options = options(), progress = measuring_] {
+            return measureExport(state, format, options, device, store, *progress);
         },
         services_.main,
         [dialog = QPointer<ExportDialog>(this), progress = measuring_](auto bytes) {

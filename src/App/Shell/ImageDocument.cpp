@@ -6,18 +6,13 @@
 #include "Base/Check.h"
 #include "Base/XdgFolders.h"
 #include "IO/Native/NativeFile.h"
+#include "Tools/ToolRegistry.h"
 
 #include <fmt/format.h>
 
 namespace ombrel {
 
 namespace {
-
-bool isNativeName(const std::filesystem::path& path) {
-    const std::string extension = path.extension().string();
-    return extension == fmt::format(".{}", NativeFormat::fileExtension) ||
-           extension == fmt::format(".{}", NativeFormat::olderFileExtension);
-}
 
 /// The same file is the same name in every process.
 std::string lockNameOf(const std::filesystem::path& path) {
@@ -48,13 +43,14 @@ std::expected<void, DocumentReadError> ImageDocument::readFromURL(const Path& pa
                                                                   Progress& progress) {
     auto opened = readDocument(path, services_.store, progress);
     if (!opened) return std::unexpected(std::move(opened.error()));
+    loadedNative_.put(opened->format == NativeFormat::fileExtension);
     loadedReport_.put(std::move(opened->report));
     loadedState_.put(std::move(opened->board));
     return {};
 }
 
 std::expected<void, FileError> ImageDocument::takeFile(const Path& path) {
-    if (isNativeName(path)) {
+    if (loadedNative_.take().value_or(false)) {
         auto lock = lockOf(path);
         if (!lock && lock.error().code == EBUSY) return std::unexpected(FileError{path, EBUSY});
         if (lock) fileLock_.emplace(std::move(*lock));
@@ -99,12 +95,13 @@ void ImageDocument::makeWindowControllers() {
 }
 
 void ImageDocument::makeSession(DocumentState state) {
-    session_ = DocumentSession::create({.main = services_.main,
-                                        .worker = services_.worker,
-                                        .store = services_.store,
-                                        .device = services_.device,
-                                        .settings = services_.settings},
-                                       std::move(state), historyName_, {}, {});
+    session_ =
+        DocumentSession::create({.main = services_.main,
+                                 .worker = services_.worker,
+                                 .store = services_.store,
+                                 .device = services_.device,
+                                 .settings = services_.settings},
+                                std::move(state), historyName_, {}, ToolRegistry::makeTools());
     mark_.emplace(session_->currentEntryID());
 }
 
@@ -113,7 +110,8 @@ void ImageDocument::makeRecovery() {
         return DocumentRecovery::Copy{board(), recoveredName_.value_or(displayName()), fileURL_};
     };
     recovery_ = std::make_shared<DocumentRecovery>(
-        DocumentRecovery::Services{services_.main, services_.recoveryWriter, services_.recovery},
+        DocumentRecovery::Services{services_.main, services_.recoveryWriter, services_.recovery,
+                                   services_.recoverySleep},
         recoveryID_,
         DocumentRecovery::Questions{
             .isEdited = [this] { return isEdited(); },
@@ -160,6 +158,7 @@ void ImageDocument::close() {
     recovery_->close();
     session_->onDocumentChange = {};
     session_->cancelLive();
+    if (*session_->_runningCommand) (*session_->_runningCommand)->progress->cancel();
     controller_.removeDocument(*this); // notes the frame, then drops what it holds
     window_->release();
     window_ = nullptr;

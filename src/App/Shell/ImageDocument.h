@@ -126,6 +126,7 @@ private:
     HandOver<Board> loadedState_;
     HandOver<Board> savingState_;
     HandOver<ImportReport> loadedReport_;
+    HandOver<bool> loadedNative_;    ///< whether the file is of the kind that is saved to
     Uuid recoveryID_ = Uuid::make(); ///< names the recovery copy
     std::optional<std::string> recoveredName_;
     std::shared_ptr<DocumentRecovery> recovery_;

@@ -78,10 +78,10 @@ QImage Thumbnails::draw(const DocumentState& state, PixelDevice& device, TileSto
 }
 
 void Thumbnails::make(const std::filesystem::path& file, const DocumentState& state) {
-    strand_->post([&services = services_, file, state] {
+    strand_->post([&device = services_.device, &store = services_.store, file, state] {
         const auto path = pictureOf(file);
         if (!path || std::filesystem::exists(*path)) return;
-        const QImage picture = draw(state, services.device, services.store);
+        const QImage picture = draw(state, device, store);
         if (!picture.isNull()) keep(*path, picture);
     });
 }

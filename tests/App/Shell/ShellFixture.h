@@ -1,0 +1,184 @@
+// The shell of the program in a test: a controller with services of its own in a temporary folder,
+// and answers to questions laid down beforehand. Several controllers may follow each other on the
+// same folder, as the starts of a program do.
+#pragma once
+
+#include "App/Shell/Activities.h"
+#include "App/Shell/Dialogs.h"
+#include "App/Shell/DocumentController.h"
+#include "App/Shell/DocumentWindow.h"
+#include "App/Shell/EventLoopBridge.h"
+#include "App/Shell/StartWindow.h"
+#include "Base/MainExecutor.h"
+#include "Base/ThreadPool.h"
+#include "Commands/AddLayerCommands.h"
+#include "Engine/CpuDevice.h"
+#include "support/TemporaryFolder.h"
+#include "support/TestStore.h"
+
+#include <QAction>
+#include <QTest>
+#include <deque>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+/// Answers at once what was laid down; a question without an answer fails the test.
+class LaidDownAnswers final : public Dialogs {
+public:
+    std::deque<SaveAnswer> saves;
+    std::deque<bool> confirmations;
+    std::deque<std::vector<Path>> opened;
+    std::deque<std::optional<Path>> places;
+    std::vector<std::string> failures; ///< "TITLE TEXT"
+    std::vector<std::string> asked;    ///< names of documents
+    std::vector<Path> proposed;
+
+    void askToSave(QWidget*, const std::string& name,
+                   std::function<void(SaveAnswer)> answer) override {
+        asked.push_back(name);
+        answer(take(saves, "to save " + name).value_or(SaveAnswer::cancel));
+    }
+    void confirm(QWidget*, const Confirmation& question,
+                 std::function<void(bool)> answer) override {
+        answer(take(confirmations, question.title).value_or(false));
+    }
+    bool confirmNow(QWidget*, const Confirmation& question) override {
+        return take(confirmations, question.title).value_or(false);
+    }
+    void tellFailure(QWidget*, const std::string& title, const std::string& text) override {
+        failures.push_back(title + " " + text);
+    }
+    void chooseFilesToOpen(QWidget*, const Path&,
+                           std::function<void(std::vector<Path>)> answer) override {
+        answer(take(opened, "which files to open").value_or(std::vector<Path>{}));
+    }
+    void choosePlace(QWidget*, const SavePlace& place,
+                     std::function<void(std::optional<Path>)> answer) override {
+        proposed.push_back(place.proposed);
+        answer(take(places, "where to save").value_or(std::nullopt));
+    }
+
+private:
+    template <typename T>
+    static std::optional<T> take(std::deque<T>& answers, const std::string& question) {
+        if (answers.empty()) {
+            ADD_FAILURE() << "nobody said what to answer to: " << question;
+            return std::nullopt;
+        }
+        T answer = std::move(answers.front());
+        answers.pop_front();
+        return answer;
+    }
+};
+
+inline bool eventually(const std::function<bool()>& holds, int milliseconds = 20'000) {
+    return QTest::qWaitFor(holds, milliseconds);
+}
+
+class ShellTest : public testing::Test {
+protected:
+    ShellTest() {
+        for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME",
+                                 "XDG_STATE_HOME", "XDG_RUNTIME_DIR"})
+            qputenv(name, folder.path().c_str());
+        startProgram();
+    }
+    ~ShellTest() override { endProgram(); }
+
+    void startProgram() {
+        settings = std::make_unique<Settings>(folder / "settings.json");
+        recovery = std::make_unique<RecoveryStore>(folder / "recovery");
+        services = std::make_unique<AppServices>(AppServices{
+            MainExecutor::shared(), ThreadPool::shared(), recoveryWriter, *store, device, *settings,
+            *recovery, answers, activities, [this](Timer::Duration, Executor::Task wakeUp) {
+                sleeping.push_back(std::move(wakeUp));
+            }});
+        controller = std::make_unique<DocumentController>(*services, [this] { hasEnded = true; });
+    }
+    /// As when the process ends: windows and what runs for them go.
+    void endProgram() {
+        controller.reset();
+        settle();
+        sleeping.clear();
+        services.reset();
+        recovery.reset(); // its locks go, as those of a process
+        settings.reset();
+    }
+    /// As when it is killed: documents get no chance to tidy up.
+    void crash() {
+        for (const auto& document : controller->documents())
+            document->leaveRecovery();
+        endProgram();
+    }
+    void settle() {
+        bool isSettled = false;
+        recoveryWriter.drain();
+        MainExecutor::shared().post([&] { isSettled = true; });
+        ASSERT_TRUE(eventually([&] { return isSettled; }));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    /// All recovery delays are over.
+    void wakeRecovery() {
+        for (Executor::Task& wakeUp : std::exchange(sleeping, {}))
+            wakeUp();
+    }
+
+    ImageDocument& document(std::size_t index = 0) { return *controller->documents()[index]; }
+    std::size_t documentCount() const { return controller->documents().size(); }
+    bool waitForDocuments(std::size_t count) {
+        return eventually([&] { return documentCount() == count; });
+    }
+    void makeDocument(PixelSize size = {600, 400}) {
+        Canvas canvas;
+        canvas.size = size;
+        controller->makeDocument(canvas, DocumentState::White{});
+    }
+    void addLayer(ImageDocument& to) {
+        to.session()->perform(AddLayerCommand{PixelLayer::named("Added"), {}});
+    }
+    std::size_t layerCount(std::size_t index = 0) {
+        return document(index).session()->_state->allPixelLayers().size();
+    }
+    bool openAndWait(const std::filesystem::path& path) {
+        const std::size_t before = documentCount();
+        controller->openFiles({path});
+        return waitForDocuments(before + 1);
+    }
+    std::optional<ImageDocument::SaveResult> saveTo(const std::filesystem::path& path,
+                                                    std::size_t index = 0) {
+        std::optional<ImageDocument::SaveResult> result;
+        document(index).saveToURL(path, [&](ImageDocument::SaveResult said) { result = said; });
+        EXPECT_TRUE(eventually([&] { return result.has_value(); }));
+        return result;
+    }
+    void trigger(const char* action, std::size_t index = 0) {
+        QAction* found = document(index).window()->action(action);
+        ASSERT_NE(found, nullptr) << action;
+        QCoreApplication::processEvents(); // greying comes a little later
+        ASSERT_TRUE(found->isEnabled()) << action;
+        found->trigger();
+    }
+    bool isEnabled(const char* action, std::size_t index = 0) {
+        QTest::qWait(1);
+        return document(index).window()->action(action)->isEnabled();
+    }
+
+    test::TemporaryFolder folder;
+    EventLoopBridge bridge{MainExecutor::shared()};
+    Strand recoveryWriter{"Recovery"};
+    std::shared_ptr<TileStore> store = makeTestStore();
+    CpuDevice device;
+    LaidDownAnswers answers;
+    Activities activities;
+    std::vector<Executor::Task> sleeping; ///< recovery rounds to come
+    bool hasEnded = false;
+    std::unique_ptr<Settings> settings;
+    std::unique_ptr<RecoveryStore> recovery;
+    std::unique_ptr<AppServices> services;
+    std::unique_ptr<DocumentController> controller;
+};
+
+} // namespace ombrel

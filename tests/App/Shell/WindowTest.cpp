@@ -1,0 +1,221 @@
+// The window's actions, dialogs and looks.
+#include "App/Screenshot.h"
+#include "App/Shell/ExportDialog.h"
+#include "App/Shell/MessageBoxes.h"
+#include "App/Shell/NewDocumentForm.h"
+#include "Commands/DeleteLayersCommand.h"
+#include "ShellFixture.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QDoubleSpinBox>
+#include <QDropEvent>
+#include <QLabel>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QToolButton>
+#include <set>
+
+namespace ombrel {
+
+namespace {
+
+template <typename Widget>
+Widget* child(QWidget& of, const char* name) {
+    auto* found = of.findChild<Widget*>(name);
+    EXPECT_NE(found, nullptr) << name;
+    return found;
+}
+
+} // namespace
+
+TEST_F(ShellTest, actionsHaveKeysOfTheirOwnAndAreGreyWhereTheyCannotBeDone) {
+    makeDocument();
+    std::set<QString> keys;
+    for (const WindowAction& entry : windowActions()) {
+        if (entry.identifier == nullptr || *entry.shortcut == '\0') continue;
+        const QKeySequence sequence(entry.shortcut);
+        EXPECT_FALSE(sequence.isEmpty()) << entry.identifier;
+        EXPECT_TRUE(keys.insert(sequence.toString()).second) << entry.identifier;
+    }
+    for (const char* action : {"undo", "redo", "revert", "ungroupLayers", "rasterizeLayers",
+                               "bringForward", "bringToFront", "resetRotation"})
+        EXPECT_FALSE(isEnabled(action)) << action;
+    for (const char* action : {"save", "newLayer", "mergeLayers", "sendBackward", "deleteLayers"})
+        EXPECT_TRUE(isEnabled(action)) << action;
+    trigger("groupLayers");
+    EXPECT_TRUE(isEnabled("ungroupLayers"));
+    EXPECT_EQ(document().window()->action("undo")->text(), "&Undo Group Layers");
+    EXPECT_EQ(document().window()->action("mergeLayers")->text(), "&Merge Group");
+    trigger("undo");
+    QTest::qWait(1);
+    EXPECT_EQ(document().window()->action("redo")->text(), "&Redo Group Layers");
+}
+
+TEST_F(ShellTest, layerActionsActOnWhatIsSelected) {
+    makeDocument();
+    addLayer(document());
+    DocumentSession& session = *document().session();
+    std::set<LayerID> all;
+    for (const LayerNode& node : session._state->root->children)
+        all.insert(node.id());
+    session._selectedLayerIDs = all;
+    EXPECT_FALSE(isEnabled("deleteLayers")) << "something stays";
+    trigger("lockLayers");
+    for (const LayerNode& node : session._state->root->children)
+        EXPECT_EQ(node.properties().locks, LayerLocks::all);
+    EXPECT_EQ(session.undoName(), "Lock or Unlock Layers");
+    trigger("lockLayers");
+    EXPECT_EQ(session._state->root->children[2].properties().locks, LayerLocks{});
+    trigger("showLayers");
+    EXPECT_FALSE(session._state->root->children[1].properties().isVisible);
+    trigger("undo");
+    trigger("flatten");
+    ASSERT_TRUE(eventually([&] { return session._state->root->children.size() == 1; }));
+    EXPECT_FALSE(isEnabled("mergeLayers"));
+}
+
+TEST_F(ShellTest, aCommandThatFailsIsToldInTheStatusBar) {
+    makeDocument();
+    const std::vector<LayerNode>& layers = document().session()->_state->root->children;
+    document().session()->perform(DeleteLayersCommand{{layers[0].id(), layers[1].id()}});
+    EXPECT_FALSE(document().window()->statusBar()->currentMessage().isEmpty());
+    EXPECT_FALSE(document().isEdited());
+}
+
+TEST_F(ShellTest, theFormMakesWhatItSays) {
+    controller->start({});
+    ASSERT_TRUE(eventually([&] { return controller->startWindow() != nullptr; }));
+    NewDocumentForm& form = *controller->startWindow()->form();
+    auto* preset = child<QComboBox>(form, "preset");
+    preset->setCurrentIndex(preset->findText("A4"));
+    Q_EMIT preset->activated(preset->currentIndex());
+    EXPECT_EQ(form.canvas().size, (PixelSize{2480, 3508}));
+    EXPECT_EQ(form.canvas().resolution, 300);
+    child<QDoubleSpinBox>(form, "resolution")->setValue(150);
+    EXPECT_EQ(form.canvas().size, (PixelSize{1240, 1754})) << "the paper keeps its size";
+    child<QComboBox>(form, "background")->setCurrentIndex(2);
+    child<QComboBox>(form, "profile")->setCurrentIndex(1);
+    child<QComboBox>(form, "depth")->setCurrentIndex(1);
+    child<QPushButton>(form, "create")->click();
+    ASSERT_EQ(documentCount(), 1u);
+    const DocumentState& state = *document().session()->_state;
+    EXPECT_EQ(state.canvas.size, (PixelSize{1240, 1754}));
+    EXPECT_EQ(state.canvas.profile, ColorProfile::displayP3());
+    EXPECT_EQ(state.canvas.bitDepth, BitDepth::sixteen);
+    EXPECT_EQ(state.root->children.size(), 1u);
+    // The form remembers, and comes once however often it is asked for.
+    trigger("new");
+    trigger("new");
+    const auto dialogs = document().window()->findChildren<QDialog*>("newDocumentDialog");
+    ASSERT_EQ(dialogs.size(), 1);
+    EXPECT_EQ(child<QComboBox>(*dialogs[0], "background")->currentIndex(), 2);
+    child<QPushButton>(*dialogs[0], "create")->click();
+    ASSERT_EQ(documentCount(), 2u);
+    EXPECT_EQ(document(1).session()->_state->canvas, state.canvas);
+}
+
+TEST_F(ShellTest, theExportFormTellsTheSizeThatTheFileThenHas) {
+    makeDocument();
+    trigger("export");
+    auto* dialog = document().window()->findChild<QDialog*>();
+    ASSERT_NE(dialog, nullptr);
+    auto* format = child<QComboBox>(*dialog, "format");
+    format->setCurrentIndex(format->findText("JPEG"));
+    auto* size = child<QLabel>(*dialog, "size");
+    ASSERT_TRUE(eventually([&] { return size->text() != "Measuring…"; }));
+    const QString told = size->text();
+    answers.places = {folder / "out.jpg"};
+    const auto buttons = dialog->findChildren<QPushButton*>();
+    const auto go = std::ranges::find_if(buttons, [](auto* b) { return b->text() == "Export…"; });
+    ASSERT_NE(go, buttons.end());
+    (*go)->click();
+    ASSERT_TRUE(eventually([&] { return std::filesystem::exists(folder / "out.jpg"); }));
+    ASSERT_TRUE(eventually([&] { return activities.all().empty(); }));
+    const auto bytes = static_cast<qint64>(std::filesystem::file_size(folder / "out.jpg"));
+    EXPECT_EQ(told, QLocale().formattedDataSize(bytes, 1));
+    EXPECT_EQ(document().window()->statusBar()->currentMessage(), "Exported out.jpg");
+    EXPECT_EQ(document().displayName(), "Untitled") << "an export is no save";
+}
+
+TEST_F(ShellTest, anExportThatFailsIsToldAndLeavesNothing) {
+    makeDocument();
+    document().exportToURL(folder / "no" / "out.png", ImageFormat::png, {});
+    ASSERT_TRUE(eventually([&] { return answers.failures.size() == 1; }));
+    EXPECT_NE(answers.failures[0].find("“out.png” could not be exported."), std::string::npos);
+}
+
+TEST_F(ShellTest, filesDroppedOnAWindowAreOpened) {
+    makeDocument();
+    for (const char* name : {"one.png", "two.png"})
+        document().exportToURL(folder / name, ImageFormat::png, {});
+    ASSERT_TRUE(eventually([&] { return activities.all().empty(); }));
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile(QString::fromStdString(folder / "one.png")),
+                   QUrl::fromLocalFile(QString::fromStdString(folder / "two.png")),
+                   QUrl("https://example.org/three.png")});
+    QDragEnterEvent enters({20, 20}, Qt::CopyAction, &files, Qt::LeftButton, {});
+    QApplication::sendEvent(document().window(), &enters);
+    EXPECT_TRUE(enters.isAccepted());
+    QDropEvent drops({20, 20}, Qt::CopyAction, &files, Qt::LeftButton, {});
+    QApplication::sendEvent(document().window(), &drops);
+    EXPECT_TRUE(waitForDocuments(3));
+    EXPECT_TRUE(answers.failures.empty());
+}
+
+TEST_F(ShellTest, longWorkShowsItsProgressAndCanBeCancelled) {
+    makeDocument();
+    const auto activity = activities.begin("Exporting huge.png", &document());
+    auto* cancel = child<QToolButton>(*document().window(), "cancelWork");
+    ASSERT_TRUE(eventually([&] { return cancel->isVisible(); }));
+    activity->progress()->setFraction(0.4);
+    saveScreenshot(*document().window(), "document-busy");
+    cancel->click();
+    EXPECT_TRUE(activity->progress()->isCancelled());
+}
+
+TEST_F(ShellTest, picturesOfTheMainStates) {
+    ASSERT_TRUE(openAndWait(std::filesystem::path(OMBREL_TEST_DATA) / "../../assets/sample.png"));
+    ASSERT_EQ(saveTo(folder / "Evening in the hills.ombrel"), ImageDocument::SaveResult::saved);
+    addLayer(document());
+    DocumentWindow& window = *document().window();
+    window.resize(1200, 800);
+    QTest::qWait(300);
+    saveScreenshot(window, "document");
+    window.showReport({"2 adjustment layers were left out.", "A layer’s knockout was ignored."});
+    QTest::qWait(50);
+    saveScreenshot(window, "document-report");
+    for (const char* action :
+         {"new", "export", "imageSize", "canvasSize", "rotateBy", "shortcuts"}) {
+        trigger(action);
+        QTest::qWait(std::string(action) == "export" ? 1500 : 50);
+        QWidget* dialog = QApplication::activeModalWidget();
+        if (dialog == nullptr) {
+            const auto dialogs = window.findChildren<QDialog*>();
+            ASSERT_FALSE(dialogs.isEmpty()) << action;
+            dialog = dialogs.last();
+        }
+        saveScreenshot(*dialog, std::string("dialog-") + action);
+        dialog->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    MessageBoxes boxes;
+    std::optional<Dialogs::SaveAnswer> said;
+    boxes.askToSave(&window, document().displayName(), [&](auto answer) { said = answer; });
+    QTest::qWait(50);
+    auto* box = window.findChild<QMessageBox*>();
+    ASSERT_NE(box, nullptr);
+    saveScreenshot(*box, "dialog-save-changes");
+    QTest::keyClick(box, Qt::Key_Escape);
+    EXPECT_EQ(said, Dialogs::SaveAnswer::cancel);
+    answers.saves = {Dialogs::SaveAnswer::discard};
+    window.close();
+    ASSERT_TRUE(eventually([&] { return controller->startWindow() != nullptr; }));
+    QTest::qWait(300);
+    saveScreenshot(*controller->startWindow(), "start");
+}
+
+} // namespace ombrel
