@@ -196,7 +196,7 @@ TEST_F(PyramidModel, goesOnFromBelowWhatKeepsChangingAsIfFromTheGround) {
         RandomDocument document(seed + round, *store, {700, 500});
         PixelMaker& maker = document.maker();
         DocumentState state = document.make();
-        std::vector<LayerNode> ground = stacked({700, 500}, 4).allNodes();
+        std::vector<LayerNode> ground = random.stacked({700, 500}, 4).allNodes();
         state.insert(std::move(ground), std::nullopt, 0);
         if (maker.oneIn(2)) { // the same within a group
             GroupLayer group;
@@ -231,7 +231,7 @@ TEST_F(PyramidModel, goesOnFromBelowWhatKeepsChangingAsIfFromTheGround) {
 }
 
 TEST_F(CompositeCacheTest, keepsWhatLiesBelowAChangingLayerWithinItsMemory) {
-    DocumentState state = stacked({1024, 1024}, 5);
+    DocumentState state = random.stacked({1024, 1024}, 5);
     show(state);
     EXPECT_TRUE(refreshAll(0));
     EXPECT_EQ(cache.ownedBytes(), 8 * megabyte);
