@@ -4,6 +4,8 @@
 #include "Engine/Kernels/SimdTargets.h"
 #include "TestSeed.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <numeric>
@@ -51,6 +53,55 @@ TEST(DisplayRows, areTheSameOnEveryTargetAndEndWhereTheyAreTold) {
                                       byteOf(green, pixel[1]) << 8 | byteOf(red, pixel[2]))
                     << i;
             }
+        }
+    }
+}
+
+TEST(DisplayRows, aLineOverATileIsTheSameOnEveryTarget) {
+    std::mt19937 random(static_cast<std::uint32_t>(testSeed()));
+    std::vector<std::uint16_t> tile(4 * 65536);
+    for (std::uint16_t& half : tile)
+        half = toHalf(static_cast<float>(random() % 4096) / 2048.0f - 0.5f).bits;
+    Kernels::TexelLine line{.texels = tile.data(),
+                            .along = {1.3f, -0.7f},
+                            .start = {-20.25f, 190.5f},
+                            .corner = {3, -5},
+                            .factor = {0.5f, 1},
+                            .offset = {12, 0.5f},
+                            .limits = {0.5f, 0.5f, 200.5f, 255.5f}};
+    const auto expected = [&](int column, std::size_t channel) {
+        std::array<int, 2> near{};
+        std::array<int, 2> far{};
+        std::array<float, 2> part{};
+        for (std::size_t i = 0; i < 2; ++i) {
+            const float local = line.along[i] * (static_cast<float>(column) + 0.5f) + line.start[i];
+            float at = (local - line.corner[i]) * line.factor[i] + line.offset[i];
+            if (line.isSmooth) at = std::clamp(at, line.limits[i], line.limits[i + 2]) - 0.5f;
+            const auto whole = static_cast<int>(std::floor(at));
+            near[i] = std::clamp(whole, 0, 255);
+            far[i] = std::clamp(whole + 1, 0, 255);
+            part[i] = at - std::floor(at);
+        }
+        const auto texel = [&](int x, int y) {
+            return toFloat(Half{tile[4 * static_cast<std::size_t>(256 * y + x) + channel]});
+        };
+        const auto mix = [](float a, float b, float share) { return a + (b - a) * share; };
+        if (!line.isSmooth) return texel(near[0], near[1]);
+        return mix(mix(texel(near[0], near[1]), texel(far[0], near[1]), part[0]),
+                   mix(texel(near[0], far[1]), texel(far[0], far[1]), part[0]), part[1]);
+    };
+    for (const Kernels::SimdTarget& target : Kernels::simdTargets()) {
+        const Kernels::SimdTargetOverride scope(target);
+        for (const bool isSmooth : {false, true}) {
+            SCOPED_TRACE(testing::Message() << target.name << isSmooth);
+            line.isSmooth = isSmooth;
+            constexpr int first = 7;
+            constexpr std::size_t count = 333; // off the tile on both sides
+            std::vector<float> pixels(4 * count + 1, 77.0f);
+            Kernels::sampleTexels(line, first, count, pixels.data());
+            EXPECT_EQ(pixels.back(), 77.0f);
+            for (std::size_t i = 0; i < 4 * count; ++i)
+                ASSERT_EQ(pixels[i], expected(first + static_cast<int>(i / 4), i % 4)) << i;
         }
     }
 }

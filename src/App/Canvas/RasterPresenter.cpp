@@ -5,6 +5,7 @@
 
 #include <QPainter>
 #include <algorithm>
+#include <cmath>
 #include <map>
 
 namespace ombrel {
@@ -46,6 +47,8 @@ public:
 
 private:
     void add(const FrameNode& node, const Frame& frame, DisplayColors& colors);
+    /// The rows that an area may touch.
+    PixelSpan rowsOf(const LocalRect& area) const;
     /// Whether the node's rows can be finished by themselves.
     void place(std::size_t index);
 
@@ -66,6 +69,7 @@ void RasterScene::add(const FrameNode& node, const Frame& frame, DisplayColors& 
     if (frame.drawsCheckerboard) drawn.checks = layout.checksOf(node);
     for (const FrameTile& tile : node.tiles) {
         RasterTile& added = drawn.tiles.emplace_back(layout.placementOf(node, tile));
+        added.rows = rowsOf(added.placement.area);
         if (const auto* pixels = std::get_if<FramePixels>(&tile.source)) {
             added.bytes = pixels->bytes;
         } else {
@@ -75,6 +79,22 @@ void RasterScene::add(const FrameNode& node, const Frame& frame, DisplayColors& 
         }
     }
     nodes_.push_back(std::move(drawn));
+}
+
+PixelSpan RasterScene::rowsOf(const LocalRect& area) const {
+    const AffineTransform& map = layout.toPixels();
+    double low = layout.height();
+    double high = 0;
+    for (const float x : {area.left, area.right}) {
+        for (const float y : {area.top, area.bottom}) {
+            const double at = map.b * x + map.d * y + map.ty;
+            low = std::min(low, at);
+            high = std::max(high, at);
+        }
+    }
+    const double end = layout.height();
+    return {static_cast<int>(std::clamp(std::floor(low) - 1, 0.0, end)),
+            static_cast<int>(std::clamp(std::ceil(high) + 1, 0.0, end))};
 }
 
 void RasterScene::place(std::size_t index) {
@@ -110,8 +130,9 @@ void RasterScene::draw(int y, std::span<Float4> pixels, std::uint32_t* rgb) cons
     });
     for (const RasterNode* node : layered_) {
         if (node->checks) row.addChecks(*node->checks);
-        for (const RasterTile& tile : node->tiles)
-            row.addTile(tile, node->conversion, isSmooth_);
+        for (const RasterTile& tile : node->tiles) {
+            if (tile.rows.contains(y)) row.addTile(tile, node->conversion, isSmooth_);
+        }
     }
     for (const auto& [left, node] : straight_) {
         if (node.rows().contains(y)) node.draw(y, pixels, rgb);

@@ -2,45 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 namespace ombrel {
 
 namespace {
 
-constexpr int tileSide = 256;
-constexpr int lastTexel = tileSide - 1;
-constexpr std::size_t bytesOfTexel = 8;
-
-Float4 texelAt(const std::byte* bytes, int x, int y) {
-    std::uint64_t texel = 0;
-    std::memcpy(&texel, bytes + static_cast<std::size_t>(y * tileSide + x) * bytesOfTexel,
-                sizeof texel);
-    return lightOf(texel);
-}
-
-Float4 nearestTexel(const std::byte* bytes, float x, float y) {
-    return texelAt(bytes, std::clamp(wholePart(x), 0, lastTexel),
-                   std::clamp(wholePart(y), 0, lastTexel));
-}
-
-Float4 smoothTexel(const std::byte* bytes, const LocalRect& limits, float x, float y) {
-    const float fromX = std::min(std::max(x, limits.left), limits.right) - 0.5f;
-    const float fromY = std::min(std::max(y, limits.top), limits.bottom) - 0.5f;
-    const int floorX = wholePart(fromX);
-    const int floorY = wholePart(fromY);
-    const float partX = fromX - static_cast<float>(floorX);
-    const float partY = fromY - static_cast<float>(floorY);
-    const int left = std::max(floorX, 0);
-    const int top = std::max(floorY, 0);
-    const int right = std::min(floorX + 1, lastTexel);
-    const int bottom = std::min(floorY + 1, lastTexel);
-    const Float4 a = texelAt(bytes, left, top);
-    const Float4 b = texelAt(bytes, left, bottom);
-    const Float4 upper = a + (texelAt(bytes, right, top) - a) * partX;
-    const Float4 lower = b + (texelAt(bytes, right, bottom) - b) * partX;
-    return upper + (lower - upper) * partY;
-}
+constexpr int pixelsAtOnce = 64;
 
 } // namespace
 
@@ -129,27 +96,30 @@ void RasterRow::addChecks(const CheckPlacement& checks) {
 }
 
 void RasterRow::addTile(const RasterTile& tile, const RasterConversion& conversion, bool isSmooth) {
-    const TilePlacement& placement = tile.placement;
-    const PixelSpan span = spanOf(placement.area);
-    const auto add = [&](auto colorAt) {
-        for (int x = span.first; x < span.end; ++x) {
-            const float inX =
-                (localX(x) - placement.area.left) * placement.factor[0] + placement.offset[0];
-            const float inY =
-                (localY(x) - placement.area.top) * placement.factor[1] + placement.offset[1];
-            const Float4 color = colorAt(inX, inY);
-            Float4& pixel = pixels_[static_cast<std::size_t>(x)];
-            pixel = laidOver(color, pixel);
-        }
-    };
+    const PixelSpan span = spanOf(tile.placement.area);
     if (tile.bytes == nullptr) {
-        add([&](float, float) { return tile.color; });
-    } else if (isSmooth) {
-        add([&](float x, float y) {
-            return conversion.apply(smoothTexel(tile.bytes, placement.limits, x, y));
-        });
-    } else {
-        add([&](float x, float y) { return conversion.apply(nearestTexel(tile.bytes, x, y)); });
+        for (int x = span.first; x < span.end; ++x) {
+            Float4& pixel = pixels_[static_cast<std::size_t>(x)];
+            pixel = laidOver(tile.color, pixel);
+        }
+        return;
+    }
+    const auto& [area, factor, offset, limits] = tile.placement;
+    const Kernels::TexelLine line{.texels = reinterpret_cast<const std::uint16_t*>(tile.bytes),
+                                  .along = layout_.along(),
+                                  .start = {startX_, startY_},
+                                  .corner = {area.left, area.top},
+                                  .factor = factor,
+                                  .offset = offset,
+                                  .limits = {limits.left, limits.top, limits.right, limits.bottom},
+                                  .isSmooth = isSmooth};
+    std::array<Float4, pixelsAtOnce> texels;
+    for (int first = span.first; first < span.end; first += pixelsAtOnce) {
+        const auto count = static_cast<std::size_t>(std::min(pixelsAtOnce, span.end - first));
+        Kernels::sampleTexels(line, first, count, reinterpret_cast<float*>(texels.data()));
+        Float4* const pixels = pixels_.data() + first;
+        for (std::size_t i = 0; i < count; ++i)
+            pixels[i] = laidOver(conversion.apply(texels[i]), pixels[i]);
     }
 }
 

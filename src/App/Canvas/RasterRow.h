@@ -25,6 +25,7 @@ struct RasterTile {
     TilePlacement placement;
     const std::byte* bytes = nullptr; ///< null for one colour
     Float4 color{};                   ///< converted
+    PixelSpan rows = {};              ///< of the screen, that it may touch
 };
 
 class RasterRow {

@@ -5,12 +5,118 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "Base/Half.h"
 #include "Engine/Kernels/PixelVectors-inl.h"
 
 #include <algorithm>
 
 HWY_BEFORE_NAMESPACE();
 namespace ombrel::Kernels::HWY_NAMESPACE {
+
+constexpr std::size_t sampledAtOnce = 64;
+
+/// The two texels of one axis that pixels mix, and the second one's part.
+struct AxisSamples {
+    HWY_ALIGN std::int32_t near[sampledAtOnce];
+    HWY_ALIGN std::int32_t far[sampledAtOnce];
+    HWY_ALIGN float part[sampledAtOnce];
+};
+
+void axisSamples(const TexelLine& line, std::size_t axis, int first, std::size_t count,
+                 AxisSamples& samples) {
+    const FloatTag d;
+    const IntTag di;
+    const auto last = hn::Set(di, 255);
+    for (std::size_t i = 0; i < count; i += laneCount()) {
+        const auto column = hn::ConvertTo(d, hn::Iota(di, first + static_cast<int>(i)));
+        const auto local =
+            hn::Add(hn::Mul(constant(line.along[axis]), hn::Add(column, constant(0.5f))),
+                    constant(line.start[axis]));
+        auto at = hn::Add(
+            hn::Mul(hn::Sub(local, constant(line.corner[axis])), constant(line.factor[axis])),
+            constant(line.offset[axis]));
+        if (line.isSmooth) {
+            const auto low = constant(line.limits[axis]);
+            const auto high = constant(line.limits[axis + 2]);
+            at = hn::Sub(hn::Min(hn::Max(at, low), high), constant(0.5f));
+        }
+        const auto floor = hn::Floor(at);
+        const auto texel = hn::ConvertTo(di, floor);
+        const auto within = [&](auto index)
+                                HWY_ATTR { return hn::Min(hn::Max(index, hn::Zero(di)), last); };
+        hn::Store(within(texel), di, samples.near + i);
+        hn::Store(within(hn::Add(texel, hn::Set(di, 1))), di, samples.far + i);
+        hn::Store(hn::Sub(at, floor), d, samples.part + i);
+    }
+}
+
+#if HWY_TARGET != HWY_SCALAR
+using PixelTag = hn::FixedTag<float, 4>;
+
+HWY_INLINE hn::Vec<PixelTag> texelAt(const std::uint16_t* texels, std::int32_t x, std::int32_t y) {
+    const hn::FixedTag<std::uint16_t, 4> dh;
+    const auto halves = hn::LoadU(dh, texels + 4 * (256 * static_cast<std::ptrdiff_t>(y) + x));
+#if OMBREL_OWN_HALF_CONVERSION
+    const PixelTag d;
+    const hn::RebindToUnsigned<PixelTag> du;
+    const auto words = hn::PromoteTo(du, halves);
+    const auto magnitude = hn::ShiftLeft<13>(hn::And(words, hn::Set(du, 0x7FFFu)));
+    const auto scaled = hn::Mul(hn::BitCast(d, magnitude), hn::Set(d, 0x1p112f));
+    const auto sign = hn::ShiftLeft<16>(hn::And(words, hn::Set(du, 0x8000u)));
+    return hn::Or(scaled, hn::BitCast(d, sign));
+#else
+    return hn::PromoteTo(PixelTag(), hn::BitCast(hn::Rebind<hwy::float16_t, PixelTag>(), halves));
+#endif
+}
+
+void sampleSome(const TexelLine& line, const AxisSamples& x, const AxisSamples& y,
+                std::size_t count, float* HWY_RESTRICT pixels) {
+    const PixelTag d;
+    const auto mix = [&](auto a, auto b, float part)
+                         HWY_ATTR { return hn::Add(a, hn::Mul(hn::Sub(b, a), hn::Set(d, part))); };
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto corner = texelAt(line.texels, x.near[i], y.near[i]);
+        if (!line.isSmooth) {
+            hn::StoreU(corner, d, pixels + 4 * i);
+            continue;
+        }
+        const auto upper = mix(corner, texelAt(line.texels, x.far[i], y.near[i]), x.part[i]);
+        const auto lower = mix(texelAt(line.texels, x.near[i], y.far[i]),
+                               texelAt(line.texels, x.far[i], y.far[i]), x.part[i]);
+        hn::StoreU(mix(upper, lower, y.part[i]), d, pixels + 4 * i);
+    }
+}
+#else
+void sampleSome(const TexelLine& line, const AxisSamples& x, const AxisSamples& y,
+                std::size_t count, float* HWY_RESTRICT pixels) {
+    for (std::size_t i = 0; i < 4 * count; ++i) {
+        const std::size_t at = i / 4;
+        const auto texel = [&](std::int32_t column, std::int32_t row) {
+            const std::ptrdiff_t place = 4 * (256 * static_cast<std::ptrdiff_t>(row) + column);
+            return toFloat(Half{line.texels[place + static_cast<std::ptrdiff_t>(i % 4)]});
+        };
+        const auto mix = [](float a, float b, float part) { return a + (b - a) * part; };
+        pixels[i] = texel(x.near[at], y.near[at]);
+        if (!line.isSmooth) continue;
+        const float upper = mix(pixels[i], texel(x.far[at], y.near[at]), x.part[at]);
+        const float lower =
+            mix(texel(x.near[at], y.far[at]), texel(x.far[at], y.far[at]), x.part[at]);
+        pixels[i] = mix(upper, lower, y.part[at]);
+    }
+}
+#endif
+
+void sampleVectors(const TexelLine& line, int first, std::size_t count, float* pixels) {
+    AxisSamples x;
+    AxisSamples y;
+    for (std::size_t done = 0; done < count; done += sampledAtOnce) {
+        const std::size_t some = std::min(sampledAtOnce, count - done);
+        const int from = first + static_cast<int>(done);
+        axisSamples(line, 0, from, some, x);
+        axisSamples(line, 1, from, some, y);
+        sampleSome(line, x, y, some, pixels + 4 * done);
+    }
+}
 
 void mixVectors(const std::uint16_t* HWY_RESTRICT upper, const std::uint16_t* HWY_RESTRICT lower,
                 float part, std::size_t count, float* HWY_RESTRICT mixed) {
@@ -72,8 +178,13 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace ombrel::Kernels {
 
+HWY_EXPORT(sampleVectors);
 HWY_EXPORT(mixVectors);
 HWY_EXPORT(encodeVectors);
+
+void sampleTexels(const TexelLine& line, int first, std::size_t count, float* pixels) {
+    HWY_DYNAMIC_DISPATCH(sampleVectors)(line, first, count, pixels);
+}
 
 void mixRows(const std::uint16_t* upper, const std::uint16_t* lower, float part, std::size_t count,
              float* mixed) {
