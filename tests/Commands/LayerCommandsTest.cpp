@@ -288,6 +288,29 @@ TEST_F(LayerCommands, layersWithALockedPositionAreNotArranged) {
     EXPECT_EQ(names(), "A G(B H(C)) D");
 }
 
+TEST_F(LayerCommands, translatedLayersTakeTheirLinkedMasksAlong) {
+    state_.update(id("C"), [](LayerNode& node) { node.writeMask().emplace().offset = {1, 2}; });
+    state_.update(id("B"), [](LayerNode& node) { node.writeMask().emplace().isLinked = false; });
+    state_.update(id("G"), [](LayerNode& node) { node.writeMask().emplace(); });
+    ASSERT_TRUE(apply(TranslateLayersCommand{{id("G"), id("C")}, 5, -3}));
+    EXPECT_EQ(state_.find(id("C"))->pixelLayer()->offset, (PixelOffset{5, -3})) << "once";
+    EXPECT_EQ(state_.find(id("C"))->mask()->offset, (PixelOffset{6, -1}));
+    EXPECT_EQ(state_.find(id("B"))->mask()->offset, PixelOffset{});
+    EXPECT_EQ(state_.find(id("G"))->mask()->offset, (PixelOffset{5, -3}));
+    EXPECT_EQ(state_.find(id("A"))->pixelLayer()->offset, PixelOffset{});
+    for (int i = 0; i < 60; ++i)
+        ASSERT_TRUE(apply(TranslateLayersCommand{{id("A")}, std::int64_t{1} << 62, 0}));
+    EXPECT_EQ(state_.find(id("A"))->pixelLayer()->offset.dx, std::int64_t{1} << 36)
+        << "no farther than tiles go";
+
+    state_.update(id("C"),
+                  [](LayerNode& node) { node.writeProperties().locks = LayerLocks::position; });
+    EXPECT_EQ(faultOf(TranslateLayersCommand{{id("G")}, 1, 1}), CommandError::Kind::layerLocked);
+    const TranslateLayersCommand one{{id("A"), id("D")}, 1, 0, true};
+    const TranslateLayersCommand other{{id("D"), id("A")}, 0, 1, true};
+    EXPECT_EQ(one.coalescingKey(), other.coalescingKey());
+}
+
 TEST_F(LayerCommands, clippedLayersLieDirectlyAboveTheirBase) {
     ASSERT_TRUE(apply(ClipLayersCommand{{id("D"), id("A"), id("B")}, id("B")}));
     EXPECT_EQ(names(), "G(B A D H(C))");
