@@ -43,6 +43,11 @@ RasterEncoding::RasterEncoding(const DisplayColors& colors) {
     }
 }
 
+std::shared_ptr<const RasterEncoding> RasterEncoding::forSRGB() {
+    static const auto encoding = std::make_shared<const RasterEncoding>(DisplayColors());
+    return encoding;
+}
+
 Kernels::DisplayTables RasterEncoding::tables() const {
     Kernels::DisplayTables tables{.steps = DisplayColors::steps};
     for (std::size_t i = 0; i < tables.bytes.size(); ++i)

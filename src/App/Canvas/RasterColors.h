@@ -9,6 +9,7 @@
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -64,6 +65,8 @@ struct RasterConversion {
 class RasterEncoding {
 public:
     explicit RasterEncoding(const DisplayColors& colors);
+    /// That of sRGB, made once: small pictures are drawn with a presenter each.
+    static std::shared_ptr<const RasterEncoding> forSRGB();
 
     void encode(std::span<const Float4> pixels, std::uint32_t* rgb) const {
         Kernels::encodeForDisplay(reinterpret_cast<const float*>(pixels.data()), pixels.size(),

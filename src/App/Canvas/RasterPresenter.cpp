@@ -147,11 +147,11 @@ void RasterScene::draw(int y, std::span<Float4> pixels, std::uint32_t* rgb) cons
 
 void RasterPresenter::setDisplayProfile(const ColorProfile& profile) {
     colors_ = DisplayColors(profile);
-    encoding_ = RasterEncoding(colors_);
+    encoding_ = std::make_shared<const RasterEncoding>(colors_);
 }
 
 void RasterPresenter::present(const Frame& frame) {
-    const RasterScene scene(frame, colors_, encoding_);
+    const RasterScene scene(frame, colors_, *encoding_);
     const QSize size(scene.layout.width(), scene.layout.height());
     if (image_.size() != size) image_ = QImage(size, QImage::Format_RGB32);
     if (image_.isNull()) return;

@@ -21,7 +21,7 @@ public:
 
 private:
     DisplayColors colors_;
-    RasterEncoding encoding_{colors_};
+    std::shared_ptr<const RasterEncoding> encoding_ = RasterEncoding::forSRGB();
     QImage image_; ///< RGB32
 };
 
