@@ -5,6 +5,7 @@
 #include "Editor/SessionFixture.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <memory>
 #include <vector>
 
@@ -22,6 +23,7 @@ struct PanelFixture : SessionFixture {
             executors.settle();
             QCoreApplication::sendPostedEvents();
             QCoreApplication::processEvents();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         }
     }
 

@@ -38,6 +38,26 @@ void drawRow(const QStyleOption& option, QPainter& painter) {
     }
 }
 
+/// Flat, with one line on the side of the canvas.
+void drawToolBar(const QStyleOption& option, QPainter& painter) {
+    const QRect& rect = option.rect;
+    painter.fillRect(rect, Theme::color(ThemeColor::window));
+    painter.setPen(Theme::color(ThemeColor::edge));
+    const auto* bar = qstyleoption_cast<const QStyleOptionToolBar*>(&option);
+    switch (bar != nullptr ? bar->toolBarArea : Qt::NoToolBarArea) {
+    case Qt::LeftToolBarArea:
+        return painter.drawLine(rect.topRight(), rect.bottomRight());
+    case Qt::RightToolBarArea:
+        return painter.drawLine(rect.topLeft(), rect.bottomLeft());
+    case Qt::TopToolBarArea:
+        return painter.drawLine(rect.bottomLeft(), rect.bottomRight());
+    case Qt::BottomToolBarArea:
+        return painter.drawLine(rect.topLeft(), rect.topRight());
+    default:
+        return;
+    }
+}
+
 /// A line between rows, a frame around one.
 void drawDropIndicator(const QStyleOption& option, QPainter& painter) {
     painter.save();
@@ -112,6 +132,12 @@ void LookStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
     default:
         QProxyStyle::drawPrimitive(element, option, painter, widget);
     }
+}
+
+void LookStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                            const QWidget* widget) const {
+    if (element == CE_ToolBar) return drawToolBar(*option, *painter);
+    QProxyStyle::drawControl(element, option, painter, widget);
 }
 
 } // namespace ombrel

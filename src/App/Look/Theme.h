@@ -45,7 +45,7 @@ inline constexpr int normal = 8;
 inline constexpr int wide = 16;
 inline constexpr int icon = 16;       ///< side of an icon in panels
 inline constexpr int toolIcon = 20;   ///< side of an icon in the toolbar
-inline constexpr int toolButton = 32; ///< side of a button in the toolbar
+inline constexpr int toolButton = 30; ///< side of a button in the toolbar
 inline constexpr int corner = 3;      ///< radius of rounded corners
 } // namespace Spacing
 

@@ -1,0 +1,68 @@
+#include "App/Panels/OptionsBar.h"
+
+#include "App/Look/Icons.h"
+#include "App/Look/QtText.h"
+#include "App/Look/Theme.h"
+#include "App/Panels/ToolOptions.h"
+#include "Editor/DocumentSession.h"
+#include "Tools/SavedToolSettings.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+
+namespace ombrel {
+
+OptionsBar::OptionsBar(const PanelContext& context, QWidget* parent)
+    : QToolBar(QStringLiteral("Options"), parent), context_(context) {
+    setObjectName(QStringLiteral("toolOptions"));
+    setAccessibleName(QStringLiteral("Options of the tool"));
+    setMovable(false);
+    auto* body = new QWidget(this);
+    icon_ = new QLabel(body);
+    name_ = new QLabel(body);
+    name_->setObjectName(QStringLiteral("toolName"));
+    layout_ = new QHBoxLayout(body);
+    layout_->setContentsMargins(Spacing::normal, 0, Spacing::normal, 0);
+    layout_->setSpacing(Spacing::normal);
+    layout_->addWidget(icon_);
+    layout_->addWidget(name_);
+    layout_->addStretch();
+    body->setMinimumHeight(Spacing::toolButton);
+    addWidget(body);
+    toolChanges_ = context_.session->_activeTool.observe([this](ToolKind kind) { showTool(kind); });
+}
+
+OptionsBar::~OptionsBar() = default;
+
+void OptionsBar::showTool(ToolKind kind) {
+    showIcon(kind);
+    name_->setText(toQt(descriptionOf(kind).displayName));
+    settingsChanges_.disconnect();
+    // A widget of the old row may be what led here, so the row goes a little later.
+    if (options_ != nullptr) {
+        options_->hide();
+        options_->deleteLater();
+    }
+    options_ = new QWidget(name_->parentWidget());
+    auto* row = new QHBoxLayout(options_);
+    row->setContentsMargins(Spacing::normal, 0, 0, 0);
+    row->setSpacing(Spacing::normal);
+    layout_->insertWidget(2, options_);
+    Tool* tool = context_.session->tool();
+    if (tool == nullptr || tool->kind() != kind) return;
+    ToolOptionRow options = makeToolOptions(context_, *tool, options_);
+    for (QWidget* widget : options.widgets)
+        row->addWidget(widget);
+    options_->show();
+    // Settings are changed elsewhere too, as by a menu of the canvas.
+    auto* saved = dynamic_cast<SavedToolSettings*>(tool);
+    if (saved != nullptr && options.refresh)
+        settingsChanges_ = saved->settingsChanged.connect(options.refresh);
+}
+
+void OptionsBar::showIcon(ToolKind kind) {
+    const QSize size(Spacing::icon, Spacing::icon);
+    icon_->setPixmap(icon(descriptionOf(kind).icon).pixmap(size, devicePixelRatioF()));
+}
+
+} // namespace ombrel
