@@ -10,13 +10,34 @@
 #include "Core/Tile.h"
 
 #include <cstddef>
+#include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
 
+/// Leaves new bytes undefined: blobs are filled by reading or copying, and opening a document makes
+/// a gigabyte of them.
+template <typename T>
+struct UndefinedAllocator : std::allocator<T> {
+    template <typename U>
+    struct rebind {
+        using other = UndefinedAllocator<U>;
+    };
+
+    template <typename U, typename... Arguments>
+    void construct(U* at, Arguments&&... arguments) {
+        if constexpr (sizeof...(Arguments) == 0) {
+            ::new (static_cast<void*>(at)) U;
+        } else {
+            std::construct_at(at, std::forward<Arguments>(arguments)...);
+        }
+    }
+};
+
 /// A tile in its stored form.
-using TileBlob = std::vector<std::byte>;
+using TileBlob = std::vector<std::byte, UndefinedAllocator<std::byte>>;
 
 namespace TileCompression {
 

@@ -62,6 +62,11 @@ public:
         return done;
     }
 
+    void announce(std::uint64_t offset, std::uint64_t length) override {
+        ::posix_fadvise(descriptor_, static_cast<off_t>(offset), static_cast<off_t>(length),
+                        POSIX_FADV_WILLNEED);
+    }
+
     bool mayHaveChanged() const override {
         struct stat status = {};
         return wasUnsteady_ || ::fstat(descriptor_, &status) != 0 ||

@@ -1,5 +1,5 @@
 // Random access to the bytes of a file or a block of memory; what every reader takes. Reads never
-// trust the size that a file claims for itself. One thread at a time.
+// trust the size that a file claims for itself. Reads may come from several threads at once.
 #pragma once
 
 #include <cstddef>
@@ -17,6 +17,9 @@ public:
     virtual std::uint64_t size() const = 0;
     /// Reads up to out.size() bytes from `offset`; fewer at the end or after an error.
     virtual std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) = 0;
+
+    /// Says that this will be read soon, so that a slow disk can begin.
+    virtual void announce(std::uint64_t /*offset*/, std::uint64_t /*length*/) {}
 
     /// Whether somebody may have written into what is read since the source was made. Not when the
     /// name was given to another file: the source goes on reading the old one.

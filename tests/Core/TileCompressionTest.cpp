@@ -11,7 +11,12 @@ namespace ombrel {
 namespace {
 
 using namespace testing;
-using Bytes = std::vector<std::byte>;
+using Bytes = TileBlob;
+
+Bytes pattern(std::uint64_t seed, TileFormat format) {
+    const std::vector<std::byte> bytes = patternBytes(seed, format);
+    return {bytes.begin(), bytes.end()};
+}
 
 constexpr TileFormat formats[] = {TileFormat::rgba16Float, TileFormat::r8};
 
@@ -105,7 +110,7 @@ TEST(TileCompression, everyTileComesBackExactly) {
     for (const TileFormat format : formats) {
         const Bytes contents[] = {Bytes(bytesPerTile(format)),
                                   Bytes(bytesPerTile(format), std::byte{0xFF}), noise(1, format),
-                                  picture(format), patternBytes(2, format)};
+                                  picture(format), pattern(2, format)};
         for (const Bytes& bytes : contents) {
             const TileBlob blob = TileCompression::encode(bytes, format);
             EXPECT_LE(blob.size(), bytes.size() + 1);
@@ -127,7 +132,7 @@ TEST(TileCompression, noiseIsStoredAsPlainPlanes) {
 
 TEST(TileCompression, aPictureBecomesOneBlockAndTheEndMark) {
     for (const TileFormat format : formats) {
-        const Bytes bytes = patternBytes(1, format);
+        const Bytes bytes = pattern(1, format);
         const TileBlob blob = TileCompression::encode(bytes, format);
         ASSERT_GT(blob.size(), 17u);
         const auto encoded = static_cast<std::uint32_t>(blob.size() - 17);
@@ -146,7 +151,7 @@ TEST(TileCompression, aPictureBecomesOneBlockAndTheEndMark) {
 
 TEST(TileCompression, streamsOfManyBlocksAreRead) {
     for (const TileFormat format : formats) {
-        const Bytes bytes = patternBytes(9, format);
+        const Bytes bytes = pattern(9, format);
         const Bytes planes = planesOf(bytes, format);
         const std::span<const std::byte> all(planes);
         const std::size_t half = planes.size() / 2;
@@ -169,7 +174,7 @@ TEST(TileCompression, streamsOfManyBlocksAreRead) {
 TEST(TileCompression, everyDamagedBlobIsToldFromATile) {
     const TileFormat format = TileFormat::r8;
     const auto size = static_cast<std::uint32_t>(bytesPerTile(format));
-    const Bytes bytes = patternBytes(4, format);
+    const Bytes bytes = pattern(4, format);
     const Bytes stream = blockStream(bytes, 1);
     const std::string_view lz4("\1"), end("bv4$"), block("bv41"), plain("bv4-");
     const std::span<const std::byte> encoded = std::span(stream).subspan(12);
@@ -215,7 +220,7 @@ TEST(TileCompression, everyDamagedBlobIsToldFromATile) {
         {"a match before the start, later",
          joined(lz4, plain, 4u, all.first(4), block, size - 4, 12u, reachesBack, end)},
         {"a tile of the other format",
-         TileCompression::encode(patternBytes(4, TileFormat::rgba16Float),
+         TileCompression::encode(pattern(4, TileFormat::rgba16Float),
                                  TileFormat::rgba16Float)},
     };
     for (const auto& [what, blob] : cases) {
@@ -228,7 +233,7 @@ TEST(TileCompression, everyDamagedBlobIsToldFromATile) {
 TEST(TileCompression, blobsWithRandomDamageNeverReadBeyondThemselves) {
     TestRandom random(testSeed(11));
     for (const TileFormat format : formats) {
-        const Bytes bytes = patternBytes(6, format);
+        const Bytes bytes = pattern(6, format);
         const Bytes planes = planesOf(bytes, format);
         const Bytes sound[] = {
             TileCompression::encode(bytes, format),

@@ -91,14 +91,15 @@ private:
     using Fault = std::optional<JsonError>;
 
     Fault readTile(const Json& json) {
-        std::optional<TileBlob> blob;
-        if (json.is_string()) blob = bytesOfBase64(json.get_ref<const std::string&>());
-        if (!blob || !isSound(*blob)) return in_.mustBe("the base64 of a tile").error();
-        tiles_.push_back(in_.context().store.makeTile(std::move(*blob), grid_.format()));
+        std::optional<std::vector<std::byte>> bytes;
+        if (json.is_string()) bytes = bytesOfBase64(json.get_ref<const std::string&>());
+        if (!bytes || !isSound(*bytes)) return in_.mustBe("the base64 of a tile").error();
+        TileBlob blob(bytes->begin(), bytes->end());
+        tiles_.push_back(in_.context().store.makeTile(std::move(blob), grid_.format()));
         return std::nullopt;
     }
 
-    bool isSound(const TileBlob& blob) {
+    bool isSound(std::span<const std::byte> blob) {
         scratch_.resize(bytesPerTile(grid_.format()));
         return TileCompression::decode(blob, scratch_, grid_.format());
     }

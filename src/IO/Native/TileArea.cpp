@@ -5,7 +5,8 @@
 #include "Core/TileStore.h"
 
 #include <algorithm>
-#include <map>
+#include <atomic>
+#include <numeric>
 #include <optional>
 #include <tuple>
 
@@ -46,34 +47,90 @@ bool liesWithin(const TileRef& ref, std::uint64_t areaSize) {
                areaSize - static_cast<std::uint64_t>(ref.offset);
 }
 
+auto keyOf(const TileRef& ref) {
+    return std::tuple(ref.offset, ref.length, ref.format);
+}
+
 /// For each reference the first one that is equal to it; nothing where one of them is bad.
 /// Different references together never hold more than the area, so a small file cannot ask for much
 /// memory.
 std::optional<std::vector<std::size_t>> firstPlaces(std::span<const TileRef> refs,
                                                     std::uint64_t areaSize) {
-    std::map<std::tuple<std::int64_t, std::int64_t, TileFormat>, std::size_t> seen;
-    std::vector<std::size_t> firsts;
-    firsts.reserve(refs.size());
+    if (!std::ranges::all_of(refs, [&](const TileRef& ref) { return liesWithin(ref, areaSize); }))
+        return std::nullopt;
+    std::vector<std::size_t> order(refs.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    const auto isBefore = [&](std::size_t a, std::size_t b) {
+        return std::tuple(keyOf(refs[a]), a) < std::tuple(keyOf(refs[b]), b);
+    };
+    if (!std::ranges::is_sorted(order, isBefore)) std::ranges::sort(order, isBefore);
+    std::vector<std::size_t> firsts(refs.size());
     std::uint64_t total = 0;
-    for (const TileRef& ref : refs) {
-        if (!liesWithin(ref, areaSize)) return std::nullopt;
-        const auto [at, isNew] =
-            seen.try_emplace({ref.offset, ref.length, ref.format}, firsts.size());
-        firsts.push_back(at->second);
-        if (isNew) total += static_cast<std::uint64_t>(ref.length);
-        if (total > areaSize) return std::nullopt;
+    std::size_t first = 0;
+    for (const std::size_t place : order) {
+        if (place == order.front() || refs[place] != refs[first]) {
+            first = place;
+            total += static_cast<std::uint64_t>(refs[place].length);
+            if (total > areaSize) return std::nullopt;
+        }
+        firsts[place] = first;
     }
     return firsts;
 }
 
-std::expected<Tile, TileAreaFault> readTile(const TileRef& ref, ByteSource& source,
-                                            std::uint64_t start, TileStore& store) {
-    TileBlob blob(static_cast<std::size_t>(ref.length));
-    const std::uint64_t at = start + static_cast<std::uint64_t>(ref.offset);
-    if (source.readAt(at, blob) != blob.size()) return std::unexpected(TileAreaFault::io);
-    if (!canBeBlob(blob, ref.format)) return std::unexpected(TileAreaFault::badRef);
-    return store.makeTile(std::move(blob), ref.format);
-}
+/// Reads what different references point at, some at a time, on all cores.
+class BlobReading {
+public:
+    BlobReading(std::span<const TileRef> refs, ByteSource& source, std::uint64_t start)
+        : refs_(refs), source_(source), start_(start) {}
+
+    /// How many references from `first` on are read at once.
+    std::size_t batchFrom(std::size_t first) const {
+        std::size_t end = first;
+        std::int64_t bytes = 0;
+        while (end < refs_.size() && end - first < mostBlobs && bytes < batchBytes)
+            bytes += refs_[end++].length;
+        return end - first;
+    }
+
+    /// The blobs of a batch in their order; empty ones for references that repeat others.
+    std::expected<std::vector<TileBlob>, TileAreaFault> read(std::size_t first, std::size_t count,
+                                                             std::span<const std::size_t> firsts) {
+        std::vector<TileBlob> blobs(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            if (firsts[first + i] == first + i)
+                blobs[i] = TileBlob(static_cast<std::size_t>(refs_[first + i].length));
+        }
+        announceAfter(first + count);
+        std::atomic<bool> isWhole = true;
+        const std::size_t runs = (count + blobsOfRun - 1) / blobsOfRun;
+        parallelFor(ThreadPool::shared(), runs, [&](std::size_t run) {
+            for (std::size_t i = run * blobsOfRun; i < std::min(count, (run + 1) * blobsOfRun);
+                 ++i) {
+                if (source_.readAt(placeOf(first + i), blobs[i]) != blobs[i].size())
+                    isWhole = false;
+            }
+        });
+        if (!isWhole) return std::unexpected(TileAreaFault::io);
+        return blobs;
+    }
+
+private:
+    static constexpr std::int64_t batchBytes = std::int64_t{8} << 20;
+    static constexpr std::size_t mostBlobs = 4096;
+    static constexpr std::size_t blobsOfRun = 32;
+
+    std::uint64_t placeOf(std::size_t index) const {
+        return start_ + static_cast<std::uint64_t>(refs_[index].offset);
+    }
+    void announceAfter(std::size_t index) {
+        if (index < refs_.size()) source_.announce(placeOf(index), 4 * batchBytes);
+    }
+
+    std::span<const TileRef> refs_;
+    ByteSource& source_;
+    std::uint64_t start_;
+};
 
 } // namespace
 
@@ -115,21 +172,26 @@ std::expected<std::vector<Tile>, TileAreaFault> readTileArea(std::span<const Til
     const std::uint64_t areaSize = source.size() > start ? source.size() - start : 0;
     const std::optional<std::vector<std::size_t>> firsts = firstPlaces(refs, areaSize);
     if (!firsts) return std::unexpected(TileAreaFault::badRef);
+    BlobReading reading(refs, source, start);
     std::vector<Tile> tiles;
     tiles.reserve(refs.size());
-    for (std::size_t i = 0; i < refs.size(); ++i) {
-        if (i % tilesAtOnce == 0) {
-            if (isCancelled(progress)) return std::unexpected(TileAreaFault::cancelled);
-            report(progress, i, refs.size());
-            store.keepPace();
+    while (tiles.size() < refs.size()) {
+        if (isCancelled(progress)) return std::unexpected(TileAreaFault::cancelled);
+        report(progress, tiles.size(), refs.size());
+        store.keepPace();
+        const std::size_t first = tiles.size();
+        auto blobs = reading.read(first, reading.batchFrom(first), *firsts);
+        if (!blobs) return std::unexpected(blobs.error());
+        for (std::size_t i = 0; i < blobs->size(); ++i) {
+            const std::size_t place = (*firsts)[first + i];
+            if (place != first + i) {
+                tiles.push_back(tiles[place]);
+                continue;
+            }
+            TileBlob& blob = (*blobs)[i];
+            if (!canBeBlob(blob, refs[place].format)) return std::unexpected(TileAreaFault::badRef);
+            tiles.push_back(store.makeTile(std::move(blob), refs[place].format));
         }
-        if ((*firsts)[i] != i) {
-            tiles.push_back(tiles[(*firsts)[i]]);
-            continue;
-        }
-        std::expected<Tile, TileAreaFault> tile = readTile(refs[i], source, start, store);
-        if (!tile) return std::unexpected(tile.error());
-        tiles.push_back(std::move(*tile));
     }
     return tiles;
 }
