@@ -220,8 +220,7 @@ TEST(TileCompression, everyDamagedBlobIsToldFromATile) {
         {"a match before the start, later",
          joined(lz4, plain, 4u, all.first(4), block, size - 4, 12u, reachesBack, end)},
         {"a tile of the other format",
-         TileCompression::encode(pattern(4, TileFormat::rgba16Float),
-                                 TileFormat::rgba16Float)},
+         TileCompression::encode(pattern(4, TileFormat::rgba16Float), TileFormat::rgba16Float)},
     };
     for (const auto& [what, blob] : cases) {
         EXPECT_EQ(decoded(blob, format), std::nullopt) << what;

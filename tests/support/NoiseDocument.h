@@ -16,7 +16,7 @@ inline constexpr std::int64_t noiseColumns = 32;
 
 /// The stored form of a tile that was kept as it is.
 inline TileBlob noiseBlob(std::uint64_t version, std::int64_t index) {
-    TileBlob blob(bytesPerTile(TileFormat::rgba16Float) + 1);
+    TileBlob blob(bytesPerTile(TileFormat::rgba16Float) + 1, std::byte{0});
     std::uint64_t state = version * 0x9E3779B97F4A7C15u + static_cast<std::uint64_t>(index);
     for (std::size_t at = 1; at < blob.size(); at += sizeof(state)) {
         state += 0x9E3779B97F4A7C15u;
