@@ -177,6 +177,13 @@ TEST_F(LayerTreeModelTest, aChangeTellsOfNoMoreRowsThanItTouched) {
     EXPECT_EQ(changed + pictures, 0) << "rows do not show the opacity";
 
     next = before;
+    for (const LayerNode& node : before.allNodes())
+        next.update(node.id(), [](LayerNode& each) { each.writeProperties().isVisible = false; });
+    follow(before);
+    follow(next);
+    EXPECT_EQ(changed, 1) << "one word for all of them";
+
+    next = before;
     next.update(id("L3"), [&](LayerNode& node) {
         node.writePixelLayer()->pixels.set({0, 0}, PremultipliedColor::white());
     });

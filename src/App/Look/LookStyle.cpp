@@ -1,5 +1,6 @@
 #include "App/Look/LookStyle.h"
 
+#include "App/Look/Icons.h"
 #include "App/Look/Theme.h"
 
 #include <QPainter>
@@ -132,6 +133,14 @@ void LookStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
     default:
         QProxyStyle::drawPrimitive(element, option, painter, widget);
     }
+}
+
+// The buttons of a dock's title.
+QIcon LookStyle::standardIcon(StandardPixmap which, const QStyleOption* option,
+                              const QWidget* widget) const {
+    if (which == SP_TitleBarCloseButton) return icon("x");
+    if (which == SP_TitleBarNormalButton) return icon("picture-in-picture-2");
+    return QProxyStyle::standardIcon(which, option, widget);
 }
 
 void LookStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QPalette>
 #include <array>
+#include <memory>
 
 namespace ombrel {
 
@@ -112,7 +113,7 @@ ThemeKind Theme::kindOf(std::string_view colorScheme) {
 
 void Theme::apply(QApplication& application, ThemeKind kind) {
     currentKind() = kind;
-    QApplication::setStyle(new LookStyle); // the application owns it
+    QApplication::setStyle(std::make_unique<LookStyle>().release()); // the application owns it
     QApplication::setPalette(palette());
     application.setStyleSheet(styleSheet());
 }

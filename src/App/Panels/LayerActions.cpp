@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <charconv>
 #include <fmt/format.h>
+#include <set>
 
 namespace ombrel {
 
@@ -41,29 +42,33 @@ std::string nextName(const DocumentState& state, std::string_view word) {
     return fmt::format("{} {}", word, highest + 1);
 }
 
-template <typename Test>
-bool areAll(const DocumentSession& session, Test&& test) {
-    const std::vector<LayerID> ids = LayerActions::targets(session);
-    return !ids.empty() &&
-           std::ranges::all_of(ids, [&](LayerID id) { return test(*session._state->find(id)); });
+/// In one walk: looking for each of many layers would walk the tree for each.
+std::vector<const LayerNode*> targetNodes(const DocumentSession& session) {
+    const DocumentState& state = *session._state;
+    const std::set<LayerID>& chosen = *session._selectedLayerIDs;
+    std::vector<const LayerNode*> nodes;
+    if (!chosen.empty()) {
+        walk(*state.root, [&](const LayerNode& node) {
+            if (chosen.contains(node.id())) nodes.push_back(&node);
+        });
+    }
+    if (nodes.empty() && state.activeLayer() != nullptr) nodes.push_back(state.activeLayer());
+    return nodes;
 }
 
-bool isClipped(const LayerNode& node) {
-    return node.properties().clipsToBelow;
+template <typename Test>
+bool areAll(const DocumentSession& session, Test&& test) {
+    const std::vector<const LayerNode*> nodes = targetNodes(session);
+    return !nodes.empty() &&
+           std::ranges::all_of(nodes, [&](const LayerNode* node) { return test(*node); });
 }
 
 } // namespace
 
 std::vector<LayerID> LayerActions::targets(const DocumentSession& session) {
-    const DocumentState& state = *session._state;
-    const std::set<LayerID>& chosen = *session._selectedLayerIDs;
     std::vector<LayerID> ids;
-    if (!chosen.empty()) {
-        walk(*state.root, [&](const LayerNode& node) {
-            if (chosen.contains(node.id())) ids.push_back(node.id());
-        });
-    }
-    if (ids.empty() && state.activeLayer() != nullptr) ids.push_back(*state.activeLayerID);
+    for (const LayerNode* node : targetNodes(session))
+        ids.push_back(node->id());
     return ids;
 }
 
@@ -131,11 +136,11 @@ void LayerActions::toggleLocks(DocumentSession& session, LayerLocks locks) {
 }
 
 bool LayerActions::canRemove(const DocumentSession& session) {
-    const std::vector<LayerID> ids = targets(session);
-    return !ids.empty() &&
-           std::ranges::any_of(session._state->root->children, [&](const LayerNode& node) {
-               return std::ranges::find(ids, node.id()) == ids.end();
-           });
+    const std::vector<const LayerNode*> nodes = targetNodes(session);
+    const std::set<const LayerNode*> chosen(nodes.begin(), nodes.end());
+    return !chosen.empty() &&
+           std::ranges::any_of(session._state->root->children,
+                               [&](const LayerNode& node) { return !chosen.contains(&node); });
 }
 
 bool LayerActions::canUngroup(const DocumentSession& session) {
@@ -144,13 +149,16 @@ bool LayerActions::canUngroup(const DocumentSession& session) {
 }
 
 bool LayerActions::canClip(const DocumentSession& session) {
-    return !areAll(session, [](const LayerNode& node) { return node.group() != nullptr; }) &&
-           !targets(session).empty();
+    return !areGroups(session) && session._state->activeLayer() != nullptr;
+}
+
+bool LayerActions::areGroups(const DocumentSession& session) {
+    return areAll(session, [](const LayerNode& node) { return node.group() != nullptr; });
 }
 
 bool LayerActions::areClipped(const DocumentSession& session) {
     const auto isClippedOrGroup = [](const LayerNode& node) {
-        return isClipped(node) || node.group() != nullptr;
+        return node.properties().clipsToBelow || node.group() != nullptr;
     };
     return areAll(session, isClippedOrGroup) && canClip(session);
 }

@@ -29,6 +29,7 @@ void toggleLocks(DocumentSession& session, LayerLocks locks);
 bool canRemove(const DocumentSession& session); ///< something would be left
 bool canUngroup(const DocumentSession& session);
 bool canClip(const DocumentSession& session);
+bool areGroups(const DocumentSession& session);
 bool areClipped(const DocumentSession& session);
 bool haveLocks(const DocumentSession& session, LayerLocks locks);
 

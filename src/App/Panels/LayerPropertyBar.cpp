@@ -177,10 +177,7 @@ void LayerPropertyBar::refresh() {
         spin_->setValue(percent);
         // An open list shows what is under the pointer.
         if (!blendMode_->isListOpen()) blendMode_->setMode(properties.blendMode);
-        bool areGroups = true;
-        for (const LayerID id : LayerActions::targets(*session_))
-            areGroups = areGroups && session_->_state->find(id)->group() != nullptr;
-        blendMode_->setOffersPassThrough(areGroups);
+        blendMode_->setOffersPassThrough(LayerActions::areGroups(*session_));
         for (std::size_t i = 0; i < locks_.size(); ++i)
             locks_[i]->setChecked(LayerActions::haveLocks(*session_, lockButtons[i].locks));
     }

@@ -70,8 +70,18 @@ void LayerTreeModel::Following::syncChildren(Row& row, const std::vector<LayerNo
     };
     if (!std::ranges::equal(row.children, children | std::views::reverse, isRowOf))
         arrange(row, children);
-    for (const LayerNode& child : children)
-        update(*model_.find(child.id()), child);
+    // One word for all rows that look different: a view looks for each row it is told of.
+    const Row* lowest = nullptr;
+    const Row* highest = nullptr;
+    for (const LayerNode& child : children) {
+        Row& present = *model_.find(child.id());
+        if (!update(present, child)) continue;
+        if (lowest == nullptr) lowest = &present;
+        highest = &present;
+    }
+    if (highest == nullptr) return;
+    Q_EMIT model_.dataChanged(model_.indexOf(*highest, visibilityColumn),
+                              model_.indexOf(*lowest, layerColumn));
 }
 
 void LayerTreeModel::Following::arrange(Row& row, const std::vector<LayerNode>& children) {
@@ -156,20 +166,18 @@ int LayerTreeModel::Following::moveTo(Row& parent, int place, Row& moved) {
     return target + 1;
 }
 
-void LayerTreeModel::Following::update(Row& row, const LayerNode& now) {
+bool LayerTreeModel::Following::update(Row& row, const LayerNode& now) {
     const LayerNode& before = *row.node;
     row.node = &now;
     const bool isNew = &before == &now;
-    if (!isNew && isSameObject(before, now)) return;
+    if (!isNew && isSameObject(before, now)) return false;
     static const std::vector<LayerNode> none;
     const GroupLayer* group = now.group();
     syncChildren(row, group != nullptr ? group->children : none);
-    if (isNew) return;
+    if (isNew) return false;
     const bool arePicturesAlike = havePicturesAlike(before, now);
     if (!arePicturesAlike && model_.onPictureChange) model_.onPictureChange(row.id);
-    if (arePicturesAlike && looksAlike(before, now)) return;
-    Q_EMIT model_.dataChanged(model_.indexOf(row, visibilityColumn),
-                              model_.indexOf(row, layerColumn));
+    return !arePicturesAlike || !looksAlike(before, now);
 }
 
 void LayerTreeModel::Following::removeLeft() {

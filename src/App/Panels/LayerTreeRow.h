@@ -27,7 +27,8 @@ public:
 private:
     void syncChildren(Row& row, const std::vector<LayerNode>& children);
     void arrange(Row& row, const std::vector<LayerNode>& children);
-    void update(Row& row, const LayerNode& now);
+    /// Whether a row that was there looks different now.
+    bool update(Row& row, const LayerNode& now);
     void markLeaving(Row& row, const std::vector<LayerNode>& children);
     std::vector<const Row*> stayingRows(const Row& row,
                                         const std::vector<LayerNode>& children) const;

@@ -8,9 +8,11 @@
 #include "Editor/DocumentSession.h"
 
 #include <QHBoxLayout>
+#include <QItemSelection>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QToolButton>
+#include <algorithm>
 #include <array>
 
 namespace ombrel {
@@ -190,9 +192,33 @@ void LayersPanel::chooseActive() {
 
 std::set<LayerID> LayersPanel::chosenRows() const {
     std::set<LayerID> chosen;
-    for (const QModelIndex& row : view_->selectionModel()->selectedRows())
-        chosen.insert(*model_->id(row));
+    for (const QItemSelectionRange& range : view_->selectionModel()->selection()) {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            chosen.insert(*model_->id(model_->index(row, 0, range.parent())));
+    }
     return chosen;
+}
+
+// Neighbours are one range: a selection compares its ranges with each other.
+QItemSelection LayersPanel::selectionOf(const std::set<LayerID>& ids) const {
+    QModelIndexList rows;
+    for (const LayerID id : ids) {
+        const QModelIndex row = model_->indexOf(id, LayerTreeModel::visibilityColumn);
+        if (row.isValid()) rows.push_back(row);
+    }
+    std::ranges::sort(rows, {}, [](const QModelIndex& row) {
+        return std::pair(row.parent().internalId(), row.row());
+    });
+    QItemSelection selection;
+    for (auto first = rows.begin(); first != rows.end();) {
+        auto last = first;
+        while (last + 1 != rows.end() && (last + 1)->row() == last->row() + 1 &&
+               (last + 1)->parent() == last->parent())
+            ++last;
+        selection.select(*first, last->siblingAtColumn(LayerTreeModel::layerColumn));
+        first = last + 1;
+    }
+    return selection;
 }
 
 void LayersPanel::showSelection() {
@@ -209,7 +235,7 @@ void LayersPanel::showSelection() {
         rows.setCurrentIndex(current, QItemSelectionModel::NoUpdate);
     // A click that is under way builds on what is selected: that is touched only to be changed.
     if (chosenRows() != *session_->_selectedLayerIDs)
-        rows.select(selection, QItemSelectionModel::ClearAndSelect);
+        rows.select(selectionOf(*session_->_selectedLayerIDs), QItemSelectionModel::ClearAndSelect);
     isFollowing_ = false;
 }
 

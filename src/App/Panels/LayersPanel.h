@@ -37,6 +37,7 @@ private:
     void chooseActive();
     void showSelection();
     std::set<LayerID> chosenRows() const;
+    QItemSelection selectionOf(const std::set<LayerID>& ids) const;
     void takeSelection();
     void refreshControls();
     bool handleKey(const QKeyEvent& event);
