@@ -24,13 +24,13 @@ CanvasController::~CanvasController() {
 }
 
 void CanvasController::close() {
+    if (host_ == nullptr) return;
     cancelGesture();
     cancelLive();
     connections_.clear();
-    if (auto* eyedropper = dynamic_cast<EyedropperTool*>(session_->toolOf(ToolKind::eyedropper)))
-        eyedropper->onPick = nullptr;
-    if (auto* move = dynamic_cast<MoveTool*>(session_->toolOf(ToolKind::move)))
-        move->onChooseLayer = nullptr;
+    // Another canvas may have taken the session over.
+    const auto present = session_->toolContext.lock();
+    if (!present || present.get() == this) disconnectTools();
     host_ = nullptr;
 }
 
@@ -72,6 +72,13 @@ void CanvasController::connectTools() {
             chooseLayer(id, choice == MoveTool::Choice::added);
         };
     }
+}
+
+void CanvasController::disconnectTools() {
+    if (auto* eyedropper = dynamic_cast<EyedropperTool*>(session_->toolOf(ToolKind::eyedropper)))
+        eyedropper->onPick = nullptr;
+    if (auto* move = dynamic_cast<MoveTool*>(session_->toolOf(ToolKind::move)))
+        move->onChooseLayer = nullptr;
 }
 
 void CanvasController::chooseLayer(LayerID id, bool isAdded) {

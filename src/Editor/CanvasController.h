@@ -136,6 +136,7 @@ private:
     // What changes around the canvas (CanvasController.cpp).
     void connect();
     void connectTools();
+    void disconnectTools();
     void chooseLayer(LayerID id, bool isAdded);
     void keepSelection(const DocumentState& state);
     void followTools();

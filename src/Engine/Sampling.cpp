@@ -1,5 +1,6 @@
 #include "Engine/Sampling.h"
 
+#include "Base/ParallelFor.h"
 #include "Core/BlendMath.h"
 #include "Core/TileStore.h"
 
@@ -10,6 +11,8 @@
 namespace ombrel {
 
 namespace {
+
+constexpr std::size_t rowsInParallel = 16; ///< fewer are not worth it
 
 float valueOf(const LayerMask* mask, std::int64_t x, std::int64_t y) {
     return mask != nullptr ? maskValueAt(*mask, x, y) : 1;
@@ -34,23 +37,36 @@ PixelRect windowAround(PixelSize canvas, std::int64_t x, std::int64_t y, std::in
     return intersectionOf({x - radius, y - radius, side, side}, PixelRect::ofSize(canvas));
 }
 
-/// All zero of an empty window.
+/// All zero of an empty window. Rows are independent, and summed up in their order.
 template <typename ColorAt>
 PremultipliedColor meanOf(const PixelRect& window, ColorAt&& colorAt) {
+    using Sum = std::array<double, 4>;
     if (window.isEmpty()) return {};
-    std::array<double, 4> sum{};
-    for (std::int64_t row = window.y; row < window.maxY(); ++row) {
-        for (std::int64_t column = window.x; column < window.maxX(); ++column) {
-            const PremultipliedColor c = colorAt(column, row);
+    std::vector<Sum> rows(static_cast<std::size_t>(window.height));
+    const auto sumRow = [&](std::size_t row) {
+        Sum sum{};
+        for (std::int64_t x = window.x; x < window.maxX(); ++x) {
+            const PremultipliedColor c = colorAt(x, window.y + static_cast<std::int64_t>(row));
             sum[0] += c.red;
             sum[1] += c.green;
             sum[2] += c.blue;
             sum[3] += c.alpha;
         }
+        rows[row] = sum;
+    };
+    if (rows.size() < rowsInParallel) {
+        for (std::size_t row = 0; row < rows.size(); ++row)
+            sumRow(row);
+    } else {
+        parallelFor(ThreadPool::shared(), rows.size(), sumRow);
     }
+    Sum total{};
+    for (const Sum& row : rows)
+        for (std::size_t channel = 0; channel < total.size(); ++channel)
+            total[channel] += row[channel];
     const auto count = static_cast<double>(window.width * window.height);
     const auto mean = [&](double channel) { return static_cast<float>(channel / count); };
-    return {mean(sum[0]), mean(sum[1]), mean(sum[2]), mean(sum[3])};
+    return {mean(total[0]), mean(total[1]), mean(total[2]), mean(total[3])};
 }
 
 } // namespace
