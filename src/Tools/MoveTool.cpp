@@ -49,6 +49,7 @@ PixelOffset wholeOffset(RealPoint from, RealPoint to) {
 /// The copies of the layers, which the command that made them names.
 std::vector<LayerID> copiesOf(const DuplicateLayersCommand& command) {
     std::vector<LayerID> copies;
+    copies.reserve(command.layerIDs.size());
     for (const LayerID id : command.layerIDs)
         copies.push_back(command.copies.at(id));
     return copies;
