@@ -113,7 +113,9 @@ int LookStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidg
     case SH_ItemView_ShowDecorationSelected:
         return 1;
     case SH_ToolTip_WakeUpDelay:
-        return 500;
+        return 600;
+    case SH_DialogButtonBox_ButtonsHaveIcons:
+        return 0;
     default:
         return QProxyStyle::styleHint(hint, option, widget, returned);
     }

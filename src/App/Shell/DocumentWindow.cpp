@@ -2,7 +2,10 @@
 
 #include "App/Canvas/CanvasView.h"
 #include "App/Look/QtText.h"
+#include "App/Panels/OptionsBar.h"
 #include "App/Panels/PanelCatalog.h"
+#include "App/Panels/StatusFields.h"
+#include "App/Panels/ToolBar.h"
 #include "App/Shell/Dialogs.h"
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/FileKinds.h"
@@ -23,6 +26,7 @@
 #include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
+#include <QToolBar>
 
 namespace ombrel {
 
@@ -83,6 +87,11 @@ void DocumentWindow::makePanels() {
         dock->setWidget(panel.make(context, dock));
         addDockWidget(panel.area, dock);
     }
+    auto* options = new OptionsBar(context, this);
+    addToolBar(Qt::TopToolBarArea, options);
+    auto* tools = new ToolBar(context, this);
+    addToolBar(Qt::LeftToolBarArea, tools);
+    statusBar()->addPermanentWidget(new StatusFields(context, this));
 }
 
 void DocumentWindow::makeMenus() {
@@ -94,6 +103,8 @@ void DocumentWindow::makeMenus() {
     panelsMenu_ = menuOf(*menuBar(), "panels");
     for (const QDockWidget* dock : findChildren<QDockWidget*>())
         panelsMenu_->addAction(dock->toggleViewAction());
+    for (const QToolBar* bar : findChildren<QToolBar*>())
+        panelsMenu_->addAction(bar->toggleViewAction());
     panelsMenu_->setEnabled(!panelsMenu_->isEmpty());
 }
 
@@ -115,7 +126,7 @@ void DocumentWindow::fillRecent(QMenu& menu) {
 void DocumentWindow::makeStatusBar() {
     progress_ = new ProgressStrip(services_.activities, document_, this);
     progress_->follow(document_->session());
-    statusBar()->addPermanentWidget(progress_);
+    statusBar()->insertPermanentWidget(0, progress_);
 }
 
 void DocumentWindow::connectSession() {

@@ -46,7 +46,7 @@ QFileDialog* makeFileDialog(QWidget* on, const QString& title) {
 
 void MessageBoxes::askToSave(QWidget* on, const std::string& name,
                              std::function<void(SaveAnswer)> answer) {
-    auto* box = makeBox(on, QMessageBox::Warning, QString("Save changes to “%1”?").arg(toQt(name)),
+    auto* box = makeBox(on, QMessageBox::NoIcon, QString("Save changes to “%1”?").arg(toQt(name)),
                         "What you changed is lost if you don’t save it.");
     auto* save = box->addButton("Save", QMessageBox::AcceptRole);
     auto* discard = box->addButton("Don’t Save", QMessageBox::DestructiveRole);
@@ -62,7 +62,7 @@ void MessageBoxes::askToSave(QWidget* on, const std::string& name,
 
 void MessageBoxes::confirm(QWidget* on, const Confirmation& question,
                            std::function<void(bool)> answer) {
-    auto* box = makeBox(on, QMessageBox::Question, toQt(question.title), toQt(question.text));
+    auto* box = makeBox(on, QMessageBox::NoIcon, toQt(question.title), toQt(question.text));
     addConfirmation(*box, question);
     QObject::connect(box, &QMessageBox::finished,
                      [box, answer = std::move(answer)] { answer(isAccepted(*box)); });
@@ -70,8 +70,7 @@ void MessageBoxes::confirm(QWidget* on, const Confirmation& question,
 }
 
 bool MessageBoxes::confirmNow(QWidget* on, const Confirmation& question) {
-    QMessageBox box(QMessageBox::Question, "Ombrel", toQt(question.title), QMessageBox::NoButton,
-                    on);
+    QMessageBox box(QMessageBox::NoIcon, "Ombrel", toQt(question.title), QMessageBox::NoButton, on);
     box.setInformativeText(toQt(question.text));
     addConfirmation(box, question);
     box.exec();

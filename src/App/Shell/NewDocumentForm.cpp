@@ -138,8 +138,9 @@ void NewDocumentForm::arrange() {
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(form);
     layout->addWidget(summary_);
-    layout->addStretch(1);
+    layout->addSpacing(12);
     layout->addWidget(create_);
+    layout->addStretch(1);
 }
 
 void NewDocumentForm::takePreset(int index) {
@@ -264,6 +265,7 @@ void NewDocumentForm::recall() {
     choose(background_, "background");
     choose(profile_, "profile");
     choose(depth_, "depth");
+    if (last.is_null()) preset_->setCurrentIndex(preset_->findText("Full HD"));
     choose(preset_, "preset");
     if (last.is_object() && last.contains("color") && last["color"].is_string()) {
         const QColor color(toQt(last["color"].get<std::string>()));

@@ -16,6 +16,7 @@ namespace {
 constexpr int cardWidth = 340;
 constexpr int cardHeight = 220;
 constexpr int margin = 16;
+constexpr int aroundLines = 96; ///< title, button and space
 
 } // namespace
 
@@ -33,11 +34,11 @@ ReportCard::ReportCard(const std::vector<std::string>& report, QWidget* canvas) 
     QString text;
     for (const std::string& line : report)
         text += "• " + toQt(line).toHtmlEscaped() + "<br>";
-    auto* lines = new QLabel(text);
-    lines->setWordWrap(true);
-    lines->setAlignment(Qt::AlignTop);
+    lines_ = new QLabel(text);
+    lines_->setWordWrap(true);
+    lines_->setAlignment(Qt::AlignTop);
     auto* scroll = new QScrollArea(this);
-    scroll->setWidget(lines);
+    scroll->setWidget(lines_);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
     layout->addWidget(scroll);
@@ -50,9 +51,10 @@ ReportCard::ReportCard(const std::vector<std::string>& report, QWidget* canvas) 
 
 void ReportCard::place() {
     const QSize room = parentWidget()->size();
-    resize(std::min(cardWidth, room.width() - 2 * margin),
-           std::min(cardHeight, room.height() - 2 * margin));
-    move(room.width() - width() - margin, room.height() - height() - margin);
+    const int width = std::min(cardWidth, room.width() - 2 * margin);
+    const int wanted = aroundLines + lines_->heightForWidth(width - margin * 2);
+    resize(width, std::min({wanted, cardHeight, room.height() - 2 * margin}));
+    move(room.width() - width - margin, room.height() - height() - margin);
 }
 
 bool ReportCard::eventFilter(QObject* watched, QEvent* event) {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+class QLabel;
+
 namespace ombrel {
 
 class ReportCard final : public QFrame {
@@ -19,6 +21,8 @@ protected:
 
 private:
     void place();
+
+    QLabel* lines_ = nullptr;
 };
 
 } // namespace ombrel
