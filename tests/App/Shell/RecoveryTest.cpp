@@ -19,7 +19,10 @@ TEST_F(ShellTest, whatACrashLeftIsOfferedAndGoesWhenItIsSavedOrClosed) {
     addLayer(document(1));
     addLayer(document(1));
     EXPECT_EQ(sleeping.size(), 2u);
-    wakeRecovery();
+    for (Executor::Task& wakeUp : std::exchange(sleeping, {})) {
+        wakeUp();
+        QTest::qWait(5); // the older copy is offered first
+    }
     recoveryWriter.drain();
     EXPECT_EQ(recovery->entries().size(), 0u) << "held by this process";
     crash();
