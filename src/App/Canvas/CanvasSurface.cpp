@@ -44,7 +44,7 @@ std::optional<std::string> probeRenderer() {
     surface.create();
     if (!context.makeCurrent(&surface)) return std::nullopt;
     const auto* name = reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
-    const std::string renderer = name != nullptr ? name : "";
+    std::string renderer = name != nullptr ? name : "";
     context.doneCurrent();
     Log::info("OpenGL is drawn by {}", renderer);
     return renderer;

@@ -72,7 +72,7 @@ void fill(QMenu& menu, const std::vector<ToolMenuItem>& items) {
 
 CanvasView::CanvasView(std::shared_ptr<DocumentSession> session, const Services& services,
                        QWidget* parent, Drawing drawing)
-    : QWidget(parent), services_(services),
+    : QWidget(parent),
       controller_(CanvasController::create(std::move(session), *this, services.settings)) {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);

@@ -98,7 +98,6 @@ private:
     void handleGesture(const QNativeGestureEvent& event);
     void pressed(const PointerEvent& event);
 
-    const Services services_;
     CanvasInput input_;
     std::unique_ptr<CanvasSurface> surface_;
     std::unique_ptr<RenderActor> actor_;
