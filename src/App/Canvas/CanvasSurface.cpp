@@ -13,11 +13,8 @@
 #include <QPainter>
 #include <QTimer>
 
-#include <algorithm>
-#include <array>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace ombrel {
@@ -46,7 +43,6 @@ std::optional<std::string> probeRenderer() {
     const auto* name = reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
     std::string renderer = name != nullptr ? name : "";
     context.doneCurrent();
-    Log::info("OpenGL is drawn by {}", renderer);
     return renderer;
 }
 
@@ -200,15 +196,6 @@ std::unique_ptr<CanvasSurface> CanvasSurface::makeOpenGL(QWidget& view, PaintOve
 
 bool CanvasSurface::hasOpenGL() {
     return renderer().has_value();
-}
-
-bool CanvasSurface::hasGraphicsDevice() {
-    // Drawn on the processor, OpenGL is slower than what we draw there ourselves.
-    static constexpr std::array<std::string_view, 5> software{"llvmpipe", "softpipe", "swrast",
-                                                              "Software", "SWR"};
-    return hasOpenGL() && std::ranges::none_of(software, [](std::string_view name) {
-               return renderer()->find(name) != std::string::npos;
-           });
 }
 
 } // namespace ombrel

@@ -35,8 +35,7 @@ public:
     /// Null where OpenGL cannot be had. `failed` is called once if it turns out so later.
     static std::unique_ptr<CanvasSurface> makeOpenGL(QWidget& view, PaintOverlay paintOverlay,
                                                      std::function<void()> failed);
-    /// Whether a graphics device does it, as one context shows; found out once.
-    static bool hasGraphicsDevice();
+    /// On a device or on the processor, as one context shows; found out once.
     static bool hasOpenGL();
 };
 

@@ -1,6 +1,7 @@
 #include "App/Canvas/CanvasView.h"
 
 #include "App/Canvas/CanvasCursors.h"
+#include "App/Canvas/GraphicsProbe.h"
 #include "App/Canvas/OverlayPainter.h"
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
@@ -17,6 +18,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QTabletEvent>
+#include <QTimer>
 #include <QTimerEvent>
 #include <QWheelEvent>
 
@@ -28,9 +30,10 @@ namespace ombrel {
 
 namespace {
 
-constexpr int antsInterval = 80; ///< milliseconds
-constexpr double antsStep = 1;   ///< view points
-constexpr double antsPeriod = 8; ///< view points, after which they look the same
+constexpr int antsInterval = 80;   ///< milliseconds
+constexpr int probeInterval = 100; // milliseconds
+constexpr double antsStep = 1;     ///< view points
+constexpr double antsPeriod = 8;   ///< view points, after which they look the same
 
 std::uint32_t codeOf(const QColor& color) {
     return color.rgb() & 0xFFFFFF;
@@ -97,14 +100,27 @@ CanvasView::~CanvasView() {
 
 void CanvasView::makeSurface(Drawing drawing) {
     const auto overlay = [this](QPainter& painter) { paintOverlay(painter); };
-    const bool wantsOpenGL = drawing == Drawing::openGL ||
-                             (drawing == Drawing::automatic && CanvasSurface::hasGraphicsDevice());
+    const std::optional<bool> hasDevice = GraphicsProbe::hasDevice();
+    if (drawing == Drawing::automatic && !hasDevice) awaitProbe();
+    const bool wantsOpenGL =
+        drawing == Drawing::openGL || (drawing == Drawing::automatic && hasDevice.value_or(false));
     if (wantsOpenGL)
         surface_ = CanvasSurface::makeOpenGL(*this, overlay, [this] {
             makeSurface(Drawing::raster);
             requestFrame();
         });
     if (!wantsOpenGL || !surface_) surface_ = CanvasSurface::makeRaster(*this, overlay);
+}
+
+// Until it is known, the processor draws.
+void CanvasView::awaitProbe() {
+    QTimer::singleShot(probeInterval, this, [this] {
+        const std::optional<bool> hasDevice = GraphicsProbe::hasDevice();
+        if (!hasDevice) return awaitProbe();
+        if (!*hasDevice) return;
+        makeSurface(Drawing::openGL);
+        requestFrame();
+    });
 }
 
 // Size and density, which may change when the window goes to another screen.

@@ -91,6 +91,7 @@ private:
     void pointerAt(std::optional<RealPoint> point) override { pointerMovedTo.emit(point); }
 
     void makeSurface(Drawing drawing);
+    void awaitProbe();
     void adaptViewport();
     void requestFrame();
     void receive(Frame frame);

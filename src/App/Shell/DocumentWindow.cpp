@@ -57,11 +57,9 @@ DocumentWindow::DocumentWindow(ImageDocument& document, DocumentController& cont
     setAcceptDrops(true);
     setDockOptions(AnimatedDocks | AllowTabbedDocks | AllowNestedDocks);
     makeCanvas();
-    makePanels();
     makeMenus();
     makeStatusBar();
     connectSession();
-    restoreLayout();
     updateTitle();
     updateActionsNow();
 }
@@ -78,20 +76,45 @@ void DocumentWindow::makeCanvas() {
         canvas_->statusMessage.connect([this](const std::string& text) { showMessage(text); }));
 }
 
-void DocumentWindow::makePanels() {
+std::vector<std::function<void()>> DocumentWindow::pieces() {
     const PanelContext context{document_->session(), services_.main,   services_.worker,
                                services_.store,      services_.device, services_.settings};
+    std::vector<std::function<void()>> pieces;
     for (const PanelDescription& panel : panelCatalog()) {
-        auto* dock = new QDockWidget(panel.title, this);
-        dock->setObjectName(panel.identifier);
-        dock->setWidget(panel.make(context, dock));
-        addDockWidget(panel.area, dock);
+        pieces.emplace_back([this, context, &panel] {
+            auto* dock = new QDockWidget(panel.title, this);
+            dock->setObjectName(panel.identifier);
+            dock->setWidget(panel.make(context, dock));
+            addDockWidget(panel.area, dock);
+        });
     }
-    auto* options = new OptionsBar(context, this);
-    addToolBar(Qt::TopToolBarArea, options);
-    auto* tools = new ToolBar(context, this);
-    addToolBar(Qt::LeftToolBarArea, tools);
-    statusBar()->addPermanentWidget(new StatusFields(context, this));
+    pieces.emplace_back(
+        [this, context] { addToolBar(Qt::TopToolBarArea, new OptionsBar(context, this)); });
+    pieces.emplace_back(
+        [this, context] { addToolBar(Qt::LeftToolBarArea, new ToolBar(context, this)); });
+    pieces.emplace_back(
+        [this, context] { statusBar()->addPermanentWidget(new StatusFields(context, this)); });
+    pieces.emplace_back([this] {
+        fillPanelsMenu();
+        restoreLayout();
+    });
+    return pieces;
+}
+
+void DocumentWindow::present(std::vector<std::string> report) {
+    auto pieces = this->pieces();
+    pieces.emplace_back([this, report = std::move(report)] {
+        show();
+        if (!report.empty()) showReport(report);
+    });
+    // One after another: each turn begins the next, so that events come between.
+    auto* timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this,
+            [this, timer, pieces = std::move(pieces), next = std::size_t{0}]() mutable {
+                if (document_ != nullptr && next < pieces.size()) return pieces[next++]();
+                timer->deleteLater();
+            });
+    timer->start(0);
 }
 
 void DocumentWindow::makeMenus() {
@@ -100,6 +123,9 @@ void DocumentWindow::makeMenus() {
         connect(recent, &QMenu::aboutToShow, this, [this, recent] { fillRecent(*recent); });
         fillRecent(*recent);
     }
+}
+
+void DocumentWindow::fillPanelsMenu() {
     panelsMenu_ = menuOf(*menuBar(), "panels");
     for (const QDockWidget* dock : findChildren<QDockWidget*>())
         panelsMenu_->addAction(dock->toggleViewAction());
@@ -243,6 +269,7 @@ void DocumentWindow::restoreLayout() {
 }
 
 void DocumentWindow::saveLayout() {
+    if (!isVisible()) return; // not complete yet
     keep(services_.settings, geometryKey, saveGeometry());
     keep(services_.settings, layoutKey, saveState(layoutVersion));
 }

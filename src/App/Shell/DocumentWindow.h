@@ -9,6 +9,7 @@
 
 #include <QMainWindow>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,9 @@ public:
     DocumentWindow(ImageDocument& document, DocumentController& controller, AppServices& services);
     ~DocumentWindow() override;
 
+    /// Shows the window once all that stands around the canvas is built, a piece a turn of the
+    /// event loop: together they would hold up other windows for several frames.
+    void present(std::vector<std::string> report);
     /// Hides the window and lets go of the document; the window is deleted a little later.
     void release();
     void updateTitle();
@@ -47,9 +51,10 @@ protected:
 
 private:
     void makeCanvas();
-    void makePanels();
     void makeMenus();
     void makeStatusBar();
+    std::vector<std::function<void()>> pieces();
+    void fillPanelsMenu();
     void fillRecent(QMenu& menu);
     void connectSession();
     void restoreLayout();

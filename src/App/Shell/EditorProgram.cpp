@@ -1,5 +1,6 @@
 #include "App/Shell/EditorProgram.h"
 
+#include "App/Canvas/GraphicsProbe.h"
 #include "App/Look/Theme.h"
 #include "App/Shell/Activities.h"
 #include "App/Shell/AppServices.h"
@@ -115,6 +116,7 @@ int runEditor(int argc, char** argv, std::span<const std::string> files) {
     QApplication::setDesktopFileName("ombrel");
     QApplication::setApplicationVersion(OMBREL_VERSION);
     WatchedApplication application(argc, argv);
+    GraphicsProbe::begin();
     const auto applyTheme = [&application] {
         const std::string scheme = Settings::shared().get(SettingKeys::colorScheme);
         Theme::apply(application, Theme::kindOf(scheme));

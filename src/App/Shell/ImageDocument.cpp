@@ -89,9 +89,7 @@ void ImageDocument::makeWindowControllers() {
     window_ = new DocumentWindow(*this, controller_, services_);
     connectSession();
     if (recoveredName_) editedStateChanged();
-    window_->show();
-    if (const auto report = loadedReport_.take(); report && !report->empty())
-        window_->showReport(*report);
+    window_->present(loadedReport_.take().value_or(ImportReport()));
 }
 
 void ImageDocument::makeSession(DocumentState state) {

@@ -18,6 +18,7 @@
 
 #include <QAction>
 #include <QTest>
+#include <algorithm>
 #include <deque>
 #include <gtest/gtest.h>
 #include <string>
@@ -128,13 +129,20 @@ protected:
 
     ImageDocument& document(std::size_t index = 0) { return *controller->documents()[index]; }
     std::size_t documentCount() const { return controller->documents().size(); }
+    /// And for their windows to be complete.
     bool waitForDocuments(std::size_t count) {
-        return eventually([&] { return documentCount() == count; });
+        return eventually([&] {
+            return documentCount() == count &&
+                   std::ranges::all_of(controller->documents(), [](const auto& document) {
+                       return document->window()->isVisible();
+                   });
+        });
     }
     void makeDocument(PixelSize size = {600, 400}) {
         Canvas canvas;
         canvas.size = size;
         controller->makeDocument(canvas, DocumentState::White{});
+        ASSERT_TRUE(waitForDocuments(documentCount()));
     }
     void addLayer(ImageDocument& to) {
         to.session()->perform(AddLayerCommand{PixelLayer::named("Added"), {}});
