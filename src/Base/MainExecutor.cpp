@@ -65,6 +65,14 @@ std::size_t MainExecutor::runPending() {
     return count;
 }
 
+bool MainExecutor::runNext() {
+    OMBREL_CHECK(isCurrent(), "the main executor is driven by its own thread");
+    std::optional<Task> task = takeNext();
+    if (!task) return false;
+    (*task)();
+    return true;
+}
+
 void MainExecutor::wakeUpIfTasksWait() {
     std::shared_ptr<const std::function<void()>> wakeUp;
     {

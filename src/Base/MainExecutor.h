@@ -32,6 +32,8 @@ public:
     /// Runs the tasks that were waiting when it was called, not those they post; returns how many
     /// ran. May be called from within a task. Owning thread only, as all that follow.
     std::size_t runPending();
+    /// Runs the task that has waited longest; false where none does. Wakes nobody for the rest.
+    bool runNext();
     /// Runs tasks, and sleeps while there are none, until `isDone` returns true. It is asked
     /// before the first task and after each.
     void runUntil(const std::function<bool()>& isDone);

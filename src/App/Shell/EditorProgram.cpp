@@ -15,6 +15,7 @@
 #include "Base/ThreadPool.h"
 #include "Engine/CpuDevice.h"
 
+#include <QMimeDatabase>
 #include <cstdio>
 #include <memory>
 #include <unistd.h>
@@ -97,6 +98,8 @@ int runWindows(RunningInstance& instance, const Files& files) {
     const bool isHeard = instance.listen([&](const Files& more) { controller.activate(more); });
     if (!isHeard) Log::debug("Other processes cannot hand their files over");
     services.main.post([&] { controller.start(files); });
+    // The first file dialog would read it on the main thread.
+    services.worker.post([] { QMimeDatabase().mimeTypeForName("image/png"); });
     const int status = QApplication::exec();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // windows
     endServices(services);

@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QLocale>
 #include <QPushButton>
+#include <QShortcut>
 #include <QStandardItemModel>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -68,6 +69,11 @@ NewDocumentForm::NewDocumentForm(Settings& settings, Make make, QWidget* parent)
     connect(background_, &QComboBox::activated, this, [this] { showColor(); });
     connect(colorButton_, &QPushButton::clicked, this, [this] { chooseColor(); });
     connect(create_, &QPushButton::clicked, this, [this] { create(); });
+    for (const int key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* entered = new QShortcut(QKeySequence(key), this);
+        entered->setContext(Qt::WidgetWithChildrenShortcut);
+        connect(entered, &QShortcut::activated, this, [this] { create(); });
+    }
     width_->onEdit = height_->onEdit = [this] { sizeEdited(); };
 }
 
@@ -101,6 +107,7 @@ void NewDocumentForm::makeChoices() {
         depth_->addItem(toQt(textOf(depth)));
     create_->setObjectName("create");
     create_->setDefault(true);
+    setFocusProxy(create_);
 }
 
 QWidget* NewDocumentForm::sizeFields() {

@@ -136,6 +136,7 @@ QWidget* StartWindow::makeNewPart() {
         },
         part);
     layout->addWidget(form_, 1);
+    form_->setFocus(); // Enter makes a document
     return part;
 }
 
