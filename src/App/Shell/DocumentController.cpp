@@ -8,6 +8,7 @@
 #include "App/Shell/Thumbnails.h"
 
 #include <QPointer>
+#include <QTimer>
 
 #include <fmt/format.h>
 
@@ -237,6 +238,9 @@ void DocumentController::showStartWindow() {
     if (startWindow_ == nullptr) {
         startWindow_ = new StartWindow(*this);
         if (lastDocumentFrame_) startWindow_->setGeometry(*lastDocumentFrame_);
+        // In a turn of its own: together with making it this takes more than a frame.
+        QTimer::singleShot(0, startWindow_, [window = startWindow_] { raise(*window); });
+        return;
     }
     raise(*startWindow_);
 }

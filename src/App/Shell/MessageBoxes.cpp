@@ -35,14 +35,20 @@ bool isAccepted(const QMessageBox& box) {
            box.buttonRole(box.clickedButton()) == QMessageBox::AcceptRole;
 }
 
-QFileDialog* makeFileDialog(QWidget* on, const QString& title) {
-    auto* dialog = new QFileDialog(on, title);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowModality(on != nullptr ? Qt::WindowModal : Qt::NonModal);
-    return dialog;
+} // namespace
+
+QFileDialog& MessageBoxes::fileDialog(QWidget* on, const QString& title) {
+    if (!fileDialog_) fileDialog_ = new QFileDialog;
+    if (fileDialog_->isVisible()) fileDialog_->reject(); // asked for another window
+    fileDialog_->setParent(on, Qt::Dialog);
+    fileDialog_->setWindowTitle(title);
+    fileDialog_->setWindowModality(on != nullptr ? Qt::WindowModal : Qt::NonModal);
+    return *fileDialog_;
 }
 
-} // namespace
+void MessageBoxes::fileDialogClosed() {
+    if (fileDialog_) fileDialog_->setParent(nullptr, Qt::Dialog); // outlives the window it was on
+}
 
 void MessageBoxes::askToSave(QWidget* on, const std::string& name,
                              std::function<void(SaveAnswer)> answer) {
@@ -85,25 +91,31 @@ void MessageBoxes::tellFailure(QWidget* on, const std::string& title, const std:
 
 void MessageBoxes::chooseFilesToOpen(QWidget* on, const Path& folder,
                                      std::function<void(std::vector<Path>)> answer) {
-    QFileDialog* dialog = makeFileDialog(on, "Open");
+    QFileDialog* dialog = &fileDialog(on, "Open");
+    dialog->setAcceptMode(QFileDialog::AcceptOpen);
     dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setDefaultSuffix({});
+    dialog->selectFile({});
     dialog->setNameFilters(openFilters());
     if (!folder.empty()) dialog->setDirectory(qtPath(folder));
-    QObject::connect(dialog, &QFileDialog::finished,
-                     [dialog, answer = std::move(answer)](int result) {
-                         std::vector<Path> paths;
-                         if (result == QDialog::Accepted) {
-                             for (const QString& file : dialog->selectedFiles())
-                                 paths.push_back(plainPath(file));
-                         }
-                         answer(std::move(paths));
-                     });
+    QObject::connect(
+        dialog, &QFileDialog::finished, dialog,
+        [this, dialog, answer = std::move(answer)](int result) {
+            std::vector<Path> paths;
+            if (result == QDialog::Accepted) {
+                for (const QString& file : dialog->selectedFiles())
+                    paths.push_back(plainPath(file));
+            }
+            fileDialogClosed();
+            answer(std::move(paths));
+        },
+        Qt::SingleShotConnection);
     dialog->show();
 }
 
 void MessageBoxes::choosePlace(QWidget* on, const SavePlace& place,
                                std::function<void(std::optional<Path>)> answer) {
-    QFileDialog* dialog = makeFileDialog(on, toQt(place.title));
+    QFileDialog* dialog = &fileDialog(on, toQt(place.title));
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setNameFilter(toQt(place.filter));
@@ -111,12 +123,15 @@ void MessageBoxes::choosePlace(QWidget* on, const SavePlace& place,
     if (place.proposed.has_parent_path())
         dialog->setDirectory(qtPath(place.proposed.parent_path()));
     dialog->selectFile(qtPath(place.proposed.filename()));
-    QObject::connect(dialog, &QFileDialog::finished,
-                     [dialog, answer = std::move(answer)](int result) {
-                         if (result != QDialog::Accepted || dialog->selectedFiles().isEmpty())
-                             return answer(std::nullopt);
-                         answer(plainPath(dialog->selectedFiles().first()));
-                     });
+    QObject::connect(
+        dialog, &QFileDialog::finished, dialog,
+        [this, dialog, answer = std::move(answer)](int result) {
+            const QStringList files = dialog->selectedFiles();
+            fileDialogClosed();
+            if (result != QDialog::Accepted || files.isEmpty()) return answer(std::nullopt);
+            answer(plainPath(files.first()));
+        },
+        Qt::SingleShotConnection);
     dialog->show();
 }
 

@@ -3,6 +3,9 @@
 
 #include "App/Shell/Dialogs.h"
 
+#include <QFileDialog>
+#include <QPointer>
+
 namespace ombrel {
 
 class MessageBoxes final : public Dialogs {
@@ -17,6 +20,13 @@ public:
     void choosePlace(QWidget* on, const SavePlace& place,
                      std::function<void(std::optional<Path>)> answer) override;
     bool confirmNow(QWidget* on, const Confirmation& question) override;
+
+private:
+    QFileDialog& fileDialog(QWidget* on, const QString& title);
+    void fileDialogClosed();
+
+    /// One for all: making and deleting one holds the main thread for two frames.
+    QPointer<QFileDialog> fileDialog_;
 };
 
 } // namespace ombrel
