@@ -4,7 +4,7 @@
 #include "App/Shell/FileKinds.h"
 #include "App/Shell/QtPath.h"
 
-#include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -95,7 +95,7 @@ void MessageBoxes::chooseFilesToOpen(QWidget* on, const Path& folder,
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
     dialog->setFileMode(QFileDialog::ExistingFiles);
     dialog->setDefaultSuffix({});
-    dialog->selectFile({});
+    if (auto* name = dialog->findChild<QLineEdit*>()) name->clear(); // of the last time
     dialog->setNameFilters(openFilters());
     if (!folder.empty()) dialog->setDirectory(qtPath(folder));
     QObject::connect(
