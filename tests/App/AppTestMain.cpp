@@ -1,3 +1,4 @@
+#include "App/Canvas/GraphicsProbe.h"
 #include "App/Look/Theme.h"
 
 #include <QApplication>
@@ -8,5 +9,7 @@ int main(int argc, char** argv) {
     QApplication application(argc, argv);
     ombrel::Theme::apply(application, ombrel::ThemeKind::dark);
     testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    const int status = RUN_ALL_TESTS();
+    ombrel::GraphicsProbe::finish();
+    return status;
 }

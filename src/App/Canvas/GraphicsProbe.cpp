@@ -96,4 +96,8 @@ std::optional<bool> hasDevice() {
     return isKnown ? std::optional(answer().get()) : std::nullopt;
 }
 
+void finish() {
+    if (answer().valid()) answer().wait();
+}
+
 } // namespace ombrel::GraphicsProbe

@@ -11,5 +11,8 @@ void begin();
 /// Whether OpenGL is drawn by a graphics device and not on the processor; nothing while that is not
 /// known yet. Begins where nobody has. Main thread.
 std::optional<bool> hasDevice();
+/// Waits until nobody looks any more. Before the process ends: what a driver loads takes itself
+/// down then, and a driver that still starts up would never come back.
+void finish();
 
 } // namespace ombrel::GraphicsProbe

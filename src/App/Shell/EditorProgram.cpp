@@ -128,7 +128,9 @@ int runEditor(int argc, char** argv, std::span<const std::string> files) {
     const auto themed = Settings::shared().onChange(SettingKeys::colorScheme.name,
                                                     [&](const Json&) { applyTheme(); });
     QApplication::setQuitOnLastWindowClosed(false);
-    return runWindows(instance, paths);
+    const int status = runWindows(instance, paths);
+    GraphicsProbe::finish();
+    return status;
 }
 
 } // namespace ombrel
