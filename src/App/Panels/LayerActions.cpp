@@ -1,17 +1,19 @@
 #include "App/Panels/LayerActions.h"
 
 #include "App/Panels/LayerPropertyEdit.h"
+#include "App/Panels/LayerSelection.h"
 #include "Commands/AddLayerCommands.h"
 #include "Commands/DeleteLayersCommand.h"
 #include "Commands/DuplicateLayersCommand.h"
 #include "Commands/GroupCommands.h"
 #include "Commands/LayerPropertyCommands.h"
+#include "Commands/MergeCommands.h"
+#include "Commands/RasterizeLayersCommand.h"
 #include "Editor/DocumentSession.h"
 
 #include <algorithm>
 #include <charconv>
 #include <fmt/format.h>
-#include <set>
 
 namespace ombrel {
 
@@ -42,34 +44,10 @@ std::string nextName(const DocumentState& state, std::string_view word) {
     return fmt::format("{} {}", word, highest + 1);
 }
 
-/// In one walk: looking for each of many layers would walk the tree for each.
-std::vector<const LayerNode*> targetNodes(const DocumentSession& session) {
-    const DocumentState& state = *session._state;
-    const std::set<LayerID>& chosen = *session._selectedLayerIDs;
-    std::vector<const LayerNode*> nodes;
-    if (!chosen.empty()) {
-        walk(*state.root, [&](const LayerNode& node) {
-            if (chosen.contains(node.id())) nodes.push_back(&node);
-        });
-    }
-    if (nodes.empty() && state.activeLayer() != nullptr) nodes.push_back(state.activeLayer());
-    return nodes;
-}
-
-template <typename Test>
-bool areAll(const DocumentSession& session, Test&& test) {
-    const std::vector<const LayerNode*> nodes = targetNodes(session);
-    return !nodes.empty() &&
-           std::ranges::all_of(nodes, [&](const LayerNode* node) { return test(*node); });
-}
-
 } // namespace
 
 std::vector<LayerID> LayerActions::targets(const DocumentSession& session) {
-    std::vector<LayerID> ids;
-    for (const LayerNode* node : targetNodes(session))
-        ids.push_back(node->id());
-    return ids;
+    return LayerSelection(session).ids();
 }
 
 void LayerActions::addLayer(DocumentSession& session) {
@@ -101,71 +79,88 @@ void LayerActions::group(DocumentSession& session) {
 }
 
 void LayerActions::ungroup(DocumentSession& session) {
-    if (canUngroup(session)) session.perform(UngroupCommand{targets(session).front()});
+    const LayerSelection layers(session);
+    if (layers.canUngroup()) session.perform(UngroupCommand{layers.single()->id()});
 }
 
 void LayerActions::toggleVisibility(DocumentSession& session) {
-    const bool areShown =
-        areAll(session, [](const LayerNode& node) { return node.properties().isVisible; });
+    const LayerSelection layers(session);
+    const bool areShown = layers.areVisible();
     SetLayersVisibilityCommand command;
-    for (const LayerID id : targets(session))
+    for (const LayerID id : layers.ids())
         command.visibility[id] = !areShown;
     if (!command.visibility.empty()) session.perform(command);
 }
 
 void LayerActions::toggleClipping(DocumentSession& session) {
-    const bool clips = !areClipped(session);
-    std::vector<LayerID> ids = targets(session);
-    std::erase_if(ids, [&](LayerID id) {
-        return clips && session._state->find(id)->pixelLayer() == nullptr; // groups never clip
+    const LayerSelection layers(session);
+    const bool clips = !layers.areClipped();
+    SetClippingCommand command{.layerIDs = {}, .clipped = clips};
+    layers.any([&](const LayerNode& node) {
+        if (!clips || node.pixelLayer() != nullptr) command.layerIDs.push_back(node.id());
+        return false; // groups never clip
     });
-    if (!ids.empty())
-        session.perform(SetClippingCommand{.layerIDs = std::move(ids), .clipped = clips});
+    if (!command.layerIDs.empty()) session.perform(command);
 }
 
 void LayerActions::toggleLocks(DocumentSession& session, LayerLocks locks) {
-    const std::vector<LayerID> ids = targets(session);
-    if (ids.empty()) return;
-    const bool sets = !haveLocks(session, locks);
+    const LayerSelection layers(session);
+    if (layers.isEmpty()) return;
+    const bool sets = !layers.haveLocks(locks);
     const auto change = [&](LayerProperties& properties) {
         const unsigned rest = properties.locks.rawValue & ~unsigned{locks.rawValue};
         properties.locks.rawValue = static_cast<std::uint8_t>(sets ? rest | locks.rawValue : rest);
     };
-    const char* const name = sets ? "Lock Layers" : "Unlock Layers";
-    session.perform(propertiesCommand(*session._state, ids, change, name, false));
+    const char* const name = locks == LayerLocks::all ? "Lock or Unlock Layers"
+                             : sets                   ? "Lock Layers"
+                                                      : "Unlock Layers";
+    session.perform(propertiesCommand(*session._state, layers.ids(), change, name, false));
 }
 
-bool LayerActions::canRemove(const DocumentSession& session) {
-    const std::vector<const LayerNode*> nodes = targetNodes(session);
-    const std::set<const LayerNode*> chosen(nodes.begin(), nodes.end());
-    return !chosen.empty() &&
-           std::ranges::any_of(session._state->root->children,
-                               [&](const LayerNode& node) { return !chosen.contains(&node); });
+void LayerActions::toggleAllLocks(DocumentSession& session) {
+    toggleLocks(session, LayerLocks::all);
 }
 
-bool LayerActions::canUngroup(const DocumentSession& session) {
-    const std::vector<LayerID> ids = targets(session);
-    return ids.size() == 1 && session._state->find(ids.front())->group() != nullptr;
+void LayerActions::rasterize(DocumentSession& session) {
+    const LayerSelection layers(session);
+    if (layers.holdsLive()) session.perform(RasterizeLayersCommand{layers.ids()});
 }
 
-bool LayerActions::canClip(const DocumentSession& session) {
-    return !areGroups(session) && session._state->activeLayer() != nullptr;
+void LayerActions::merge(DocumentSession& session) {
+    const LayerSelection layers(session);
+    switch (layers.merge()) {
+    case LayerSelection::Merge::none:
+        return;
+    case LayerSelection::Merge::down:
+        return session.perform(MergeDownCommand{layers.ids().front()});
+    case LayerSelection::Merge::layers:
+        return session.perform(MergeLayersCommand{layers.ids()});
+    case LayerSelection::Merge::group:
+        return session.perform(MergeGroupCommand{layers.ids().front()});
+    }
 }
 
-bool LayerActions::areGroups(const DocumentSession& session) {
-    return areAll(session, [](const LayerNode& node) { return node.group() != nullptr; });
+const char* LayerActions::mergeText(const DocumentSession& session) {
+    switch (LayerSelection(session).merge()) {
+    case LayerSelection::Merge::layers:
+        return "Merge Layers";
+    case LayerSelection::Merge::group:
+        return "Merge Group";
+    default:
+        return "Merge Down";
+    }
 }
 
-bool LayerActions::areClipped(const DocumentSession& session) {
-    const auto isClippedOrGroup = [](const LayerNode& node) {
-        return node.properties().clipsToBelow || node.group() != nullptr;
-    };
-    return areAll(session, isClippedOrGroup) && canClip(session);
+void LayerActions::mergeVisible(DocumentSession& session) {
+    session.perform(MergeVisibleCommand{});
 }
 
-bool LayerActions::haveLocks(const DocumentSession& session, LayerLocks locks) {
-    return areAll(session,
-                  [&](const LayerNode& node) { return node.properties().locks.contains(locks); });
+void LayerActions::stampVisible(DocumentSession& session) {
+    session.perform(StampVisibleCommand{});
+}
+
+void LayerActions::flatten(DocumentSession& session) {
+    session.perform(FlattenImageCommand{});
 }
 
 } // namespace ombrel

@@ -12,7 +12,7 @@ class DocumentSession;
 
 namespace LayerActions {
 
-/// The chosen layers that exist, the active one where none is, from bottom to top.
+/// As LayerSelection::ids.
 std::vector<LayerID> targets(const DocumentSession& session);
 
 void addLayer(DocumentSession& session);
@@ -21,17 +21,17 @@ void duplicate(DocumentSession& session);
 void remove(DocumentSession& session);
 void group(DocumentSession& session);
 void ungroup(DocumentSession& session);
-void toggleVisibility(DocumentSession& session);
-void toggleClipping(DocumentSession& session); ///< releases where all are clipped
+void toggleVisibility(DocumentSession& session); ///< hides where all are visible
+void toggleClipping(DocumentSession& session);   ///< releases where all are clipped
 /// Sets the locks on all unless all have them, then takes them off.
 void toggleLocks(DocumentSession& session, LayerLocks locks);
-
-bool canRemove(const DocumentSession& session); ///< something would be left
-bool canUngroup(const DocumentSession& session);
-bool canClip(const DocumentSession& session);
-bool areGroups(const DocumentSession& session);
-bool areClipped(const DocumentSession& session);
-bool haveLocks(const DocumentSession& session, LayerLocks locks);
+void toggleAllLocks(DocumentSession& session);
+void rasterize(DocumentSession& session);
+void merge(DocumentSession& session); ///< as LayerSelection::merge says
+const char* mergeText(const DocumentSession& session);
+void mergeVisible(DocumentSession& session);
+void stampVisible(DocumentSession& session);
+void flatten(DocumentSession& session);
 
 } // namespace LayerActions
 

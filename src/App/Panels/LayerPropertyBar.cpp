@@ -5,6 +5,7 @@
 #include "App/Look/Theme.h"
 #include "App/Panels/BlendModeBox.h"
 #include "App/Panels/LayerActions.h"
+#include "App/Panels/LayerSelection.h"
 #include "Editor/DocumentSession.h"
 
 #include <QHBoxLayout>
@@ -177,9 +178,10 @@ void LayerPropertyBar::refresh() {
         spin_->setValue(percent);
         // An open list shows what is under the pointer.
         if (!blendMode_->isListOpen()) blendMode_->setMode(properties.blendMode);
-        blendMode_->setOffersPassThrough(LayerActions::areGroups(*session_));
+        const LayerSelection layers(*session_);
+        blendMode_->setOffersPassThrough(layers.areGroups());
         for (std::size_t i = 0; i < locks_.size(); ++i)
-            locks_[i]->setChecked(LayerActions::haveLocks(*session_, lockButtons[i].locks));
+            locks_[i]->setChecked(layers.haveLocks(lockButtons[i].locks));
     }
     isRefreshing_ = false;
 }

@@ -4,6 +4,7 @@
 #include "App/Look/Theme.h"
 #include "App/Panels/LayerActions.h"
 #include "App/Panels/LayerPropertyBar.h"
+#include "App/Panels/LayerSelection.h"
 #include "App/Panels/LayerTreeModel.h"
 #include "Editor/DocumentSession.h"
 
@@ -259,9 +260,10 @@ void LayersPanel::takeSelection() {
 
 void LayersPanel::refreshControls() {
     bar_->refresh();
-    clipButton_->setEnabled(LayerActions::canClip(*session_));
-    clipButton_->setChecked(LayerActions::areClipped(*session_));
-    deleteButton_->setEnabled(LayerActions::canRemove(*session_));
+    const LayerSelection layers(*session_);
+    clipButton_->setEnabled(layers.canClip());
+    clipButton_->setChecked(layers.areClipped());
+    deleteButton_->setEnabled(layers.canRemove());
 }
 
 bool LayersPanel::handleKey(const QKeyEvent& event) {
@@ -289,20 +291,19 @@ void LayersPanel::fillMenu(QMenu& menu) {
             menu.addAction(QLatin1String(words), this, [this, action] { action(*session_); });
         item->setEnabled(isEnabled);
     };
-    const DocumentSession& session = *session_;
+    const LayerSelection layers(*session_);
     menu.addAction(QStringLiteral("Rename"), this, [this] { renameCurrent(); })
         ->setEnabled(view_->currentIndex().isValid());
     add("Duplicate", LayerActions::duplicate);
-    add("Delete", LayerActions::remove, LayerActions::canRemove(session));
+    add("Delete", LayerActions::remove, layers.canRemove());
     menu.addSeparator();
     add("Group", LayerActions::group);
-    add("Ungroup", LayerActions::ungroup, LayerActions::canUngroup(session));
+    add("Ungroup", LayerActions::ungroup, layers.canUngroup());
     menu.addSeparator();
-    add(LayerActions::areClipped(session) ? "Release Clipping Mask" : "Create Clipping Mask",
-        LayerActions::toggleClipping, LayerActions::canClip(session));
+    add(layers.areClipped() ? "Release Clipping Mask" : "Create Clipping Mask",
+        LayerActions::toggleClipping, layers.canClip());
     add("Show or Hide", LayerActions::toggleVisibility);
-    add("Lock or Unlock",
-        [](DocumentSession& of) { LayerActions::toggleLocks(of, LayerLocks::all); });
+    add("Lock or Unlock", LayerActions::toggleAllLocks);
 }
 
 void LayersPanel::renameCurrent() {

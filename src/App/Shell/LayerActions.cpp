@@ -1,16 +1,10 @@
-// The menu Layer: each action is a command built from what is selected.
+// The menu Layer: what it does is told by LayerActions, when it is possible by LayerSelection.
+#include "App/Panels/LayerActions.h"
+#include "App/Panels/LayerSelection.h"
 #include "App/Shell/DocumentWindow.h"
 #include "App/Shell/ImageDocument.h"
-#include "App/Shell/LayerSelection.h"
 #include "App/Shell/WindowAction.h"
-#include "Commands/AddLayerCommands.h"
 #include "Commands/ArrangeCommands.h"
-#include "Commands/DeleteLayersCommand.h"
-#include "Commands/DuplicateLayersCommand.h"
-#include "Commands/GroupCommands.h"
-#include "Commands/LayerPropertyCommands.h"
-#include "Commands/MergeCommands.h"
-#include "Commands/RasterizeLayersCommand.h"
 #include "Commands/RotateCommands.h"
 
 namespace ombrel {
@@ -27,7 +21,7 @@ bool isFree(In in) {
     return !*in.session._isLiveEditing;
 }
 bool hasLayers(In in) {
-    return isFree(in) && !selected(in).ids().empty();
+    return isFree(in) && !selected(in).isEmpty();
 }
 
 template <Arrangement arrangement>
@@ -55,45 +49,22 @@ constexpr WindowAction turn(const char* identifier, const char* text) {
             }};
 }
 
-void toggleLock(In in) {
-    const LayerSelection layers = selected(in);
-    const LayerLocks locks = layers.isLocked() ? LayerLocks{} : LayerLocks::all;
-    in.session.perform(layers.withProperties("Lock or Unlock Layers",
-                                             [&](LayerProperties& each) { each.locks = locks; }));
-}
-
-void toggleVisibility(In in) {
-    const LayerSelection layers = selected(in);
-    SetLayersVisibilityCommand command;
-    for (const LayerID id : layers.ids())
-        command.visibility[id] = !layers.isVisible();
-    in.session.perform(command);
-}
-
-std::string newLayerName(In in) {
-    return "Layer " + std::to_string(in.session._state->allPixelLayers().size() + 1);
+/// What to do with the session alone.
+template <void (*action)(DocumentSession&)>
+void act(In in) {
+    action(in.session);
 }
 
 constexpr WindowAction layer[] = {
-    {"&Layer", "newLayer", "&New Layer", "Ctrl+Shift+N", isFree,
-     [](In in) { in.session.perform(AddLayerCommand{PixelLayer::named(newLayerName(in)), {}}); }},
-    {"&Layer", "newGroup", "New &Group", "", isFree,
-     [](In in) { in.session.perform(NewGroupCommand{GroupLayer::named("Group"), {}}); }},
-    {"&Layer", "duplicateLayers", "&Duplicate", "Ctrl+J", hasLayers,
-     [](In in) {
-         in.session.perform(DuplicateLayersCommand::of(*in.session._state, selected(in).ids()));
-     }},
+    {"&Layer", "newLayer", "&New Layer", "Ctrl+Shift+N", isFree, act<LayerActions::addLayer>},
+    {"&Layer", "newGroup", "New &Group", "", isFree, act<LayerActions::addGroup>},
+    {"&Layer", "duplicateLayers", "&Duplicate", "Ctrl+J", hasLayers, act<LayerActions::duplicate>},
     {"&Layer", "deleteLayers", "D&elete", "",
-     [](In in) { return isFree(in) && selected(in).canDelete(); },
-     [](In in) { in.session.perform(DeleteLayersCommand{selected(in).ids()}); }},
+     [](In in) { return isFree(in) && selected(in).canRemove(); }, act<LayerActions::remove>},
     {"&Layer", nullptr, nullptr},
-    {"&Layer", "groupLayers", "Gr&oup Layers", "Ctrl+G", hasLayers,
-     [](In in) {
-         in.session.perform(GroupLayersCommand{selected(in).ids(), GroupLayer::named("Group")});
-     }},
+    {"&Layer", "groupLayers", "Gr&oup Layers", "Ctrl+G", hasLayers, act<LayerActions::group>},
     {"&Layer", "ungroupLayers", "&Ungroup Layers", "Ctrl+Shift+G",
-     [](In in) { return isFree(in) && selected(in).isGroupActive(); },
-     [](In in) { in.session.perform(UngroupCommand{*in.session._state->activeLayerID}); }},
+     [](In in) { return isFree(in) && selected(in).canUngroup(); }, act<LayerActions::ungroup>},
     {"&Layer", nullptr, nullptr},
     arrange<Arrangement::bringToFront>("bringToFront", "Bring to &Front", "Ctrl+Shift+]"),
     arrange<Arrangement::bringForward>("bringForward", "Bring F&orward", "Ctrl+]"),
@@ -105,32 +76,28 @@ constexpr WindowAction layer[] = {
     turn<-90>("turnLayersLeft", "Rotate 90° &Left"),
     turn<180>("turnLayersAround", "Rotate 180°"),
     {"&Layer", nullptr, nullptr},
-    {"&Layer", "clipLayers", "Create &Clipping Mask", "Ctrl+Alt+G", hasLayers,
-     [](In in) {
-         const LayerSelection layers = selected(in);
-         in.session.perform(SetClippingCommand{layers.ids(), !layers.isClipped()});
-     },
+    {"&Layer", "clipLayers", "Create &Clipping Mask", "Ctrl+Alt+G",
+     [](In in) { return isFree(in) && selected(in).canClip(); }, act<LayerActions::toggleClipping>,
      [](In in) -> std::string {
-         return selected(in).isClipped() ? "Release &Clipping Mask" : "Create &Clipping Mask";
+         return selected(in).areClipped() ? "Release &Clipping Mask" : "Create &Clipping Mask";
      }},
-    {"&Layer", "showLayers", "&Hide", "Ctrl+,", hasLayers, toggleVisibility,
-     [](In in) -> std::string { return selected(in).isVisible() ? "&Hide" : "S&how"; }},
-    {"&Layer", "lockLayers", "Loc&k", "Ctrl+/", hasLayers, toggleLock,
-     [](In in) -> std::string { return selected(in).isLocked() ? "Unloc&k" : "Loc&k"; }},
+    {"&Layer", "showLayers", "&Hide", "Ctrl+,", hasLayers, act<LayerActions::toggleVisibility>,
+     [](In in) -> std::string { return selected(in).areVisible() ? "&Hide" : "S&how"; }},
+    {"&Layer", "lockLayers", "Loc&k", "Ctrl+/", hasLayers, act<LayerActions::toggleAllLocks>,
+     [](In in) -> std::string {
+         return selected(in).haveLocks(LayerLocks::all) ? "Unloc&k" : "Loc&k";
+     }},
     {"&Layer", "rasterizeLayers", "&Rasterize", "",
-     [](In in) { return isFree(in) && selected(in).holdsLive(); },
-     [](In in) { in.session.perform(RasterizeLayersCommand{selected(in).ids()}); }},
+     [](In in) { return isFree(in) && selected(in).holdsLive(); }, act<LayerActions::rasterize>},
     {"&Layer", nullptr, nullptr},
     {"&Layer", "mergeLayers", "&Merge Down", "Ctrl+E",
-     [](In in) { return isFree(in) && selected(in).canMerge(); },
-     [](In in) { in.session.perform(selected(in).mergeCommand()); },
-     [](In in) { return selected(in).mergeText(); }},
+     [](In in) { return isFree(in) && selected(in).merge() != LayerSelection::Merge::none; },
+     act<LayerActions::merge>,
+     [](In in) { return std::string("&") + LayerActions::mergeText(in.session); }},
     {"&Layer", "mergeVisible", "Merge &Visible", "Ctrl+Shift+Alt+E", isFree,
-     [](In in) { in.session.perform(MergeVisibleCommand{}); }},
-    {"&Layer", "stampVisible", "&Stamp Visible", "", isFree,
-     [](In in) { in.session.perform(StampVisibleCommand{}); }},
-    {"&Layer", "flatten", "Flatten &Image", "", isFree,
-     [](In in) { in.session.perform(FlattenImageCommand{}); }},
+     act<LayerActions::mergeVisible>},
+    {"&Layer", "stampVisible", "&Stamp Visible", "", isFree, act<LayerActions::stampVisible>},
+    {"&Layer", "flatten", "Flatten &Image", "", isFree, act<LayerActions::flatten>},
 };
 
 } // namespace
