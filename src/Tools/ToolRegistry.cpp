@@ -1,5 +1,6 @@
 #include "Tools/ToolRegistry.h"
 
+#include "Tools/BrushTool.h"
 #include "Tools/EyedropperTool.h"
 #include "Tools/HandTool.h"
 #include "Tools/MoveTool.h"
@@ -29,6 +30,8 @@ ToolSet makeTools() {
     add<ZoomTool>(tools);
     add<RotateViewTool>(tools);
     add<EyedropperTool>(tools);
+    for (const ToolKind kind : {ToolKind::brush, ToolKind::pencil, ToolKind::eraser})
+        tools.emplace(kind, std::make_unique<BrushTool>(kind));
     for (const ToolDescription& tool : toolDescriptions)
         if (!tools.contains(tool.kind))
             tools.emplace(tool.kind, std::make_unique<UnavailableTool>(tool.kind));
