@@ -11,6 +11,7 @@
 #include "Commands/GroupCommands.h"
 #include "Commands/ImageSizeCommand.h"
 #include "Commands/LayerPropertyCommands.h"
+#include "Commands/MaskCommands.h"
 #include "Commands/MergeCommands.h"
 #include "Commands/RasterizeLayersCommand.h"
 #include "Commands/RotateCommands.h"
@@ -39,6 +40,13 @@ using AllCommands = CommandTypes<
     SetLayersPropertiesCommand,
     SetLayersVisibilityCommand,
     SetClippingCommand,
+    AddLayerMaskCommand,
+    DeleteLayerMaskCommand,
+    SetLayerMaskEnabledCommand,
+    ApplyLayerMaskCommand,
+    MaskTargetCommand,
+    SetMaskLinkedCommand,
+    MoveLayerMaskCommand,
     MergeDownCommand,
     MergeLayersCommand,
     MergeGroupCommand,

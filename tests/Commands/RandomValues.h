@@ -116,6 +116,12 @@ private:
     }
     void set(LayerID& value) { value = id(); }
     void set(LayerLocks& value) { value = {static_cast<std::uint8_t>(random_())}; }
+    void set(Command& inner) {
+        if (oneIn(2))
+            inner = command<SetClippingCommand>();
+        else
+            inner = command<TranslateLayersCommand>();
+    }
     void set(RealPoint& point) {
         set(point.x);
         set(point.y);
