@@ -144,6 +144,7 @@ private:
     // Events (CanvasEvents.cpp).
     ToolModifiers seenModifiers() const;
     PointerSample sampleOf(const PointerEvent& event);
+    void tellPointer(std::optional<RealPoint> at);
     Tool* toolNow() const;
     void beginPress(const PointerEvent& event);
     bool switchByLetter(char letter);

@@ -79,7 +79,7 @@ void CanvasController::pointerDragged(const PointerEvent& event) {
     } else if (press_) {
         press_->tool->pointerDragged(sampleOf(event), *this);
     }
-    if (host_ != nullptr) host_->pointerAt(pointer_.sampleOf(event, viewTransform(), {}).location);
+    tellPointer(pointer_.sampleOf(event, viewTransform(), {}).location);
 }
 
 void CanvasController::pointerUp(const PointerEvent& event) {
@@ -105,13 +105,18 @@ void CanvasController::pointerMoved(const PointerEvent& event) {
     followTools();
     const PointerSample sample = sampleOf(event);
     if (hoveredTool_ != nullptr) hoveredTool_->pointerMoved(sample, *this);
-    if (host_ != nullptr) host_->pointerAt(sample.location);
+    tellPointer(sample.location);
 }
 
 void CanvasController::pointerLeft() {
     hover_.reset();
     if (hoveredTool_ != nullptr) hoveredTool_->pointerMoved(std::nullopt, *this);
-    if (host_ != nullptr) host_->pointerAt(std::nullopt);
+    tellPointer(std::nullopt);
+}
+
+void CanvasController::tellPointer(std::optional<RealPoint> at) {
+    session_->_pointerLocation = at;
+    if (host_ != nullptr) host_->pointerAt(at);
 }
 
 void CanvasController::penProximity(bool isNear, PointerDevice device) {

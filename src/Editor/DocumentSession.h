@@ -15,6 +15,7 @@
 #include "Commands/Command.h"
 #include "Core/DocumentState.h"
 #include "Core/History.h"
+#include "Core/RealGeometry.h"
 #include "Core/ViewTransform.h"
 #include "Tools/PaintColors.h"
 #include "Tools/Tool.h"
@@ -89,6 +90,8 @@ public:
     Observable<std::optional<LayerID>> _maskViewID;      ///< whose mask is shown as a picture
     Observable<bool> _isEditingType;                     ///< a text edit is open on the canvas
     Observable<double> _contentsScale = Observable(2.0); ///< backing pixels a view point
+    /// Over the canvas, in document coordinates; nothing while the pointer is elsewhere.
+    Observable<std::optional<RealPoint>> _pointerLocation;
 
     Callback onNeedsDisplay;  ///< the picture changed, previews included
     Callback onContentChange; ///< pixels or layers changed, previews excluded

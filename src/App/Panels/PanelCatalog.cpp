@@ -15,8 +15,8 @@ QWidget* make(const PanelContext& context, QWidget* parent) {
 }
 
 constexpr std::array<PanelDescription, 2> panels{{
-    {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>},
-    {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>},
+    {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, "layers"},
+    {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>, "layers"},
 }};
 
 } // namespace

@@ -31,6 +31,8 @@ struct PanelDescription {
     const char* title;
     Qt::DockWidgetArea area;
     QWidget* (*make)(const PanelContext& context, QWidget* parent);
+    const char* group = ""; ///< panels of one group are tabs of one place, the first one in front
+    int height = 0;         ///< of the group at first, as its first panel has it; 0: what is left
 };
 
 std::span<const PanelDescription> panelCatalog(); ///< as they stand from top to bottom

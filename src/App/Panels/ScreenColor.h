@@ -2,6 +2,7 @@
 // lies outside of sRGB shows as the nearest colour inside. Main thread, as widgets.
 #pragma once
 
+#include "Core/ColorMath.h"
 #include "Core/ColorProfile.h"
 #include "Core/PremultipliedColor.h"
 
@@ -12,5 +13,14 @@ namespace ombrel {
 QColor screenColor(const PremultipliedColor& color, const ColorProfile& document);
 /// Opaque colours stay opaque.
 PremultipliedColor documentColor(const QColor& color, const ColorProfile& document);
+
+/// The same for who chooses colours: all the digits there are, and without alpha. A byte of each
+/// channel comes back as that byte, whatever the profile between.
+ColorMath::DisplayRgb displayColor(const PremultipliedColor& color, const ColorProfile& document);
+PremultipliedColor documentColor(const ColorMath::DisplayRgb& color, const ColorProfile& document);
+/// Whether the screen's colours, which are sRGB, lack it: it shows as another one.
+bool isBeyondScreen(const PremultipliedColor& color, const ColorProfile& document);
+
+QColor colorOf(const ColorMath::DisplayRgb& color);
 
 } // namespace ombrel

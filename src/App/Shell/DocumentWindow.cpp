@@ -34,7 +34,9 @@ namespace {
 
 constexpr int messageMilliseconds = 8000;
 constexpr QSize usualSize(1280, 820);
-constexpr int layoutVersion = 1;
+constexpr int layoutVersion = 2;
+constexpr int usualPanelWidth = 264;
+constexpr int heightOfTheRest = 1000; ///< as much as there is
 constexpr const char* geometryKey = "windowGeometry";
 constexpr const char* layoutKey = "windowLayout";
 
@@ -86,6 +88,7 @@ std::vector<std::function<void()>> DocumentWindow::pieces() {
             dock->setObjectName(panel.identifier);
             dock->setWidget(panel.make(context, dock));
             addDockWidget(panel.area, dock);
+            joinGroup(*dock, panel);
         });
     }
     pieces.emplace_back(
@@ -96,9 +99,34 @@ std::vector<std::function<void()>> DocumentWindow::pieces() {
         [this, context] { statusBar()->addPermanentWidget(new StatusFields(context, this)); });
     pieces.emplace_back([this] {
         fillPanelsMenu();
+        arrangePanels();
         restoreLayout();
     });
     return pieces;
+}
+
+QDockWidget* DocumentWindow::frontOf(const PanelDescription& panel) const {
+    const auto first = std::ranges::find_if(panelCatalog(), [&](const PanelDescription& other) {
+        return *panel.group != '\0' ? std::string_view(other.group) == panel.group
+                                    : &other == &panel;
+    });
+    return findChild<QDockWidget*>(first->identifier);
+}
+
+void DocumentWindow::joinGroup(QDockWidget& dock, const PanelDescription& panel) {
+    QDockWidget* front = frontOf(panel);
+    if (front != nullptr && front != &dock) tabifyDockWidget(front, &dock);
+}
+
+void DocumentWindow::arrangePanels() {
+    for (const PanelDescription& panel : panelCatalog()) {
+        QDockWidget* front = frontOf(panel);
+        front->raise();
+        if (front->objectName() != panel.identifier) continue;
+        const int height = panel.height > 0 ? panel.height : heightOfTheRest;
+        resizeDocks({front}, {height}, Qt::Vertical);
+        resizeDocks({front}, {usualPanelWidth}, Qt::Horizontal);
+    }
 }
 
 void DocumentWindow::present(std::vector<std::string> report) {

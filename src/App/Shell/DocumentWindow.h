@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+class QDockWidget;
 class QMenu;
 
 namespace ombrel {
@@ -22,6 +23,7 @@ class CanvasView;
 class DocumentController;
 class ImageDocument;
 class ProgressStrip;
+struct PanelDescription;
 
 class DocumentWindow final : public QMainWindow {
 public:
@@ -54,6 +56,10 @@ private:
     void makeMenus();
     void makeStatusBar();
     std::vector<std::function<void()>> pieces();
+    /// The panel in front of the others of its group; null before that one is made.
+    QDockWidget* frontOf(const PanelDescription& panel) const;
+    void joinGroup(QDockWidget& dock, const PanelDescription& panel);
+    void arrangePanels();
     void fillPanelsMenu();
     void fillRecent(QMenu& menu);
     void connectSession();
