@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <functional>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -86,14 +86,18 @@ const std::array<Uuid, tipCount>& tipIDs() {
 SharedBrushTip tip(const Uuid& id) {
     const auto found = std::ranges::find(tipIDs(), id);
     if (found == tipIDs().end()) return nullptr;
-    static const std::array<SharedBrushTip, tipCount> tips = [] {
-        std::array<SharedBrushTip, tipCount> made;
-        for (std::size_t i = 0; i < tipCount; ++i)
-            made.at(i) = std::make_shared<const BrushTipImage>(tipIDs().at(i), tipSide, tipSide,
-                                                               BuiltInTips::coverage(i, tipSide));
-        return made;
-    }();
-    return tips.at(static_cast<std::size_t>(found - tipIDs().begin()));
+    struct Lazy {
+        std::once_flag once;
+        SharedBrushTip tip;
+    };
+    static std::array<Lazy, tipCount> tips;
+    const auto place = static_cast<std::size_t>(found - tipIDs().begin());
+    Lazy& lazy = tips.at(place);
+    std::call_once(lazy.once, [&] {
+        lazy.tip = std::make_shared<const BrushTipImage>(id, tipSide, tipSide,
+                                                         BuiltInTips::coverage(place, tipSide));
+    });
+    return lazy.tip;
 }
 
 const std::vector<BrushPreset>& presets() {

@@ -41,22 +41,27 @@ public:
         const double below = std::lerp(value(column, row + 1), value(column + 1, row + 1), u);
         return std::lerp(above, below, v);
     }
-    /// Finer and fainter copies on top of each other.
-    double layered(double x, double y, int layers) const {
-        double sum = 0;
-        double weight = 0;
-        for (double share = 1; layers > 0; --layers, share /= 2) {
-            sum += share * at(x, y);
-            weight += share;
-            x = 2 * x + 17.3;
-            y = 2 * y + 5.9;
-        }
-        return sum / weight;
-    }
+    /// Finer and fainter copies on top of each other, each turned, so that no lattice shows.
+    double layered(double x, double y, int layers) const { return sum(x, y, layers, 1.2); }
+    /// The same without turns, for noise that is stretched along an axis.
+    double streaked(double x, double y, int layers) const { return sum(x, y, layers, 0); }
 
 private:
     static constexpr std::size_t size = 64;
 
+    double sum(double x, double y, int layers, double turn) const {
+        const double along = std::sqrt(4 - turn * turn);
+        double total = 0;
+        double weight = 0;
+        for (double share = 1; layers > 0; --layers, share /= 2) {
+            total += share * at(x, y);
+            weight += share;
+            const double turned = along * x - turn * y + 17.3;
+            y = along * y + turn * x + 5.9;
+            x = turned;
+        }
+        return total / weight;
+    }
     double value(double column, double row) const {
         const auto x = static_cast<std::size_t>(static_cast<std::int64_t>(column)) % size;
         const auto y = static_cast<std::size_t>(static_cast<std::int64_t>(row)) % size;
@@ -83,8 +88,8 @@ Shader chalk() {
     return [edge = ValueNoise(11), grain = ValueNoise(12)](double x, double y) {
         const double ragged = 0.3 * (edge.layered(4 * x, 4 * y, 3) - 0.5);
         const double body = step(0.92, 0.62, std::hypot(x, y) + ragged);
-        const double tooth = grain.layered(19 * x, 19 * y, 3);
-        return step(0.62, 0.3, tooth - 0.16 * (body - 0.6)) * step(0.0, 0.35, body);
+        const double tooth = grain.layered(17 * x, 17 * y, 3);
+        return step(0.62, 0.3, tooth - 0.1 * (body - 0.6)) * step(0.0, 0.35, body);
     };
 }
 
@@ -93,10 +98,10 @@ Shader charcoal() {
         // Fibres lie along a slant.
         const double along = 0.86 * x + 0.5 * y;
         const double across = 0.86 * y - 0.5 * x;
-        const double body = step(0.97, 0.1, std::hypot(x / 0.98, y / 0.82));
-        const double fibres = grain.layered(11 * along, 30 * across, 3);
-        const double density = body * (0.55 + 0.75 * clouds.layered(3 * x, 3 * y, 2));
-        return 0.95 * step(0.0, 0.3, fibres + density - 0.92) * step(0.0, 0.2, body);
+        const double body = step(1.22, 0.15, std::hypot(x, y / 0.92));
+        const double fibres = grain.streaked(11 * along, 30 * across, 3);
+        const double density = body * (0.42 + 0.62 * clouds.layered(5 * x, 5 * y, 3));
+        return 0.95 * step(0.0, 0.3, fibres + density - 0.86) * step(0.0, 0.2, body);
     };
 }
 
@@ -119,7 +124,7 @@ std::vector<Spot> spatterSpots() {
 std::vector<Spot> bristleSpots() {
     BrushRandom random{41};
     std::vector<Spot> spots;
-    for (int i = 0; i < 130; ++i) {
+    for (int i = 0; i < 190; ++i) {
         const double x = 1.84 * random.next() - 0.92;
         const double thickness = 0.2 * std::sqrt(1 - x * x);
         const double y = thickness * (random.next() + random.next() - 1);
@@ -145,8 +150,8 @@ Shader spotted(std::vector<Spot> spots, std::uint64_t seed, double wander, doubl
 Shader dryBrush() {
     return [streaks = ValueNoise(51), gaps = ValueNoise(52)](double x, double y) {
         const double body = step(0.98, 0.45, std::hypot(x, y / 0.86));
-        const double hairs = streaks.layered(2.2 * x, 34 * y, 2);
-        const double worn = gaps.layered(5 * x, 9 * y, 3);
+        const double hairs = streaks.streaked(2.2 * x, 34 * y, 2);
+        const double worn = gaps.streaked(5 * x, 9 * y, 3);
         const double wet = 0.55 * hairs + 0.5 * worn + 0.42 * body;
         return step(0.8, 1.02, wet) * step(0.0, 0.3, body);
     };
@@ -155,12 +160,13 @@ Shader dryBrush() {
 Shader leaf() {
     return [mottle = ValueNoise(61)](double x, double y) {
         // From stalk to point, widest a little before the middle.
-        const double t = std::clamp((x + 0.9) / 1.8, 0.0, 1.0);
-        const double width = 0.46 * std::sin(3.141592653589793 * std::pow(t, 0.8)) * (1 - 0.25 * t);
+        const double t = std::clamp((x + 0.78) / 1.68, 0.0, 1.0);
+        const double width = 0.5 * std::sin(3.141592653589793 * std::pow(t, 0.8)) * (1 - 0.25 * t);
         const double spine = 0.06 * std::sin(3.2 * t);
         const double across = std::abs(y - spine);
         const double blade = step(width, width - 0.13, across) * step(0, 0.06, width);
-        const double stalk = x < -0.7 && x > -0.94 ? step(0.03, 0.01, across) : 0;
+        const double stalk =
+            step(-0.93, -0.88, x) * step(-0.6, -0.7, x) * step(0.035, 0.012, across);
         const double rib = step(0.0, 0.028, across);
         const double slant = 7.5 * (t - 0.9 * across);
         const double vein = step(0.0, 0.14, std::abs(slant - std::round(slant)));
@@ -177,7 +183,7 @@ Shader shaderOf(std::size_t tip) {
     case 1:
         return charcoal();
     case 2:
-        return spotted(spatterSpots(), 32, 0.5, 0.012);
+        return spotted(spatterSpots(), 32, 0.9, 0.014);
     case 3:
         return spotted(bristleSpots(), 42, 0.1, 0.012);
     case 4:

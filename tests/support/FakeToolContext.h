@@ -2,6 +2,8 @@
 // state and writes down what it was asked.
 #pragma once
 
+#include "Engine/BrushDab.h"
+#include "Engine/StrokeStyle.h"
 #include "Tools/ToolContext.h"
 
 #include <map>
@@ -12,6 +14,13 @@ namespace ombrel {
 
 class FakeToolContext final : public ToolContext {
 public:
+    /// What a tool painted.
+    struct Stroke {
+        StrokeStyle style;
+        std::vector<BrushDab> dabs;
+        int ends = 0;
+    };
+
     FakeToolContext() { view.viewportSize = {400, 300}; }
 
     DocumentState state;
@@ -23,7 +32,9 @@ public:
     std::optional<HitRecord> hit;
     bool isIdle = true;
     std::optional<DocumentState> liveBase; ///< while a live edit is open
-    std::vector<std::string> log;          ///< commits, refusals, commands
+    std::vector<std::string> log;          ///< commits, refusals, commands, strokes
+    bool takesStrokes = true;
+    std::vector<Stroke> strokes;
 
     ViewTransform viewTransform() const override { return view; }
     void setViewTransform(const ViewTransform& transform) override { view = transform; }
@@ -49,9 +60,11 @@ public:
     PixelRect canvasBounds() const override { return PixelRect::ofSize(state.canvas.size); }
     bool confirmPerspectiveCrop() override { return false; }
     std::optional<LayerID> pixelTarget(LayerLocks /*locks*/) override { return std::nullopt; }
-    std::shared_ptr<StrokeHandle> beginStroke(const StrokeStyle& /*style*/,
-                                              std::string /*name*/) override {
-        return nullptr;
+    std::shared_ptr<StrokeHandle> beginStroke(const StrokeStyle& style, std::string name) override {
+        if (!takesStrokes) return nullptr;
+        log.push_back("begin " + name);
+        strokes.push_back({style, {}, 0});
+        return std::make_shared<RecordedStroke>(*this, strokes.size() - 1);
     }
     bool preparePixelEdit(LayerLocks /*locks*/) override { return false; }
     bool requireIdle() override {
@@ -88,6 +101,24 @@ public:
     void showStatus(const std::string& text) override { log.push_back(text); }
     void refuse(const std::string& text) override { log.push_back(text); }
     void selectTool(ToolKind /*kind*/) override {}
+
+private:
+    class RecordedStroke final : public StrokeHandle {
+    public:
+        RecordedStroke(FakeToolContext& canvas, std::size_t place)
+            : canvas_(canvas), place_(place) {}
+
+        void extend(std::span<const BrushDab> dabs) override {
+            std::vector<BrushDab>& all = canvas_.strokes[place_].dabs;
+            all.insert(all.end(), dabs.begin(), dabs.end());
+        }
+        void end() override { ++canvas_.strokes[place_].ends; }
+        void setFinalizer(Finalizer /*finalizer*/) override { end(); }
+
+    private:
+        FakeToolContext& canvas_;
+        const std::size_t place_;
+    };
 };
 
 } // namespace ombrel
