@@ -2,6 +2,8 @@
 
 #include "Base/Check.h"
 #include "Base/ParallelFor.h"
+#include "Engine/Kernels/BrushAccumulate.h"
+#include "Engine/Kernels/BrushApply.h"
 #include "Engine/Kernels/CompositeKernel.h"
 #include "Engine/Kernels/Decimate.h"
 #include "Engine/Kernels/Downsample.h"
@@ -87,6 +89,27 @@ std::expected<void, EngineError> CpuDevice::sample(std::span<const SampleJob> jo
     parallelFor(pool_, jobs.size() * blocks, [&](std::size_t item) {
         const auto block = static_cast<std::uint32_t>(item % blocks);
         Kernels::decimateRows(jobs[item / blocks], block * rowsOfBlock, rowsOfBlock);
+    });
+    return {};
+}
+
+// A block of rows goes through both kernels while it is in the cache: what a pixel becomes depends
+// on its own place in the mask only.
+std::expected<void, EngineError> CpuDevice::paint(const BrushBatch& batch) {
+    OMBREL_CHECK(batch.tiles.size() == batch.applyTiles.size(), "each tile has both its records");
+    const Kernels::BrushApplyPlan plan(batch);
+    const std::size_t blocks = batch.tiles.size() < enoughTiles ? tileSize / rowsOfBlock : 1;
+    const auto rows = static_cast<std::uint32_t>(tileSize / static_cast<std::int64_t>(blocks));
+    parallelFor(pool_, batch.tiles.size() * blocks, [&](std::size_t item) {
+        const std::size_t tile = item / blocks;
+        const std::uint32_t firstRow = static_cast<std::uint32_t>(item % blocks) * rows;
+        Kernels::accumulateRows({.params = &batch.params,
+                                 .tile = &batch.tiles[tile],
+                                 .dabs = batch.dabs,
+                                 .tip = batch.tip,
+                                 .firstRow = firstRow,
+                                 .rowCount = rows});
+        Kernels::applyRows(plan, batch.applyTiles[tile], firstRow, rows);
     });
     return {};
 }

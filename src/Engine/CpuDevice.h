@@ -16,6 +16,7 @@ public:
                                                const Progress* progress) override;
     std::expected<void, EngineError> downsample(std::span<const DownsampleJob> jobs) override;
     std::expected<void, EngineError> sample(std::span<const SampleJob> jobs) override;
+    std::expected<void, EngineError> paint(const BrushBatch& batch) override;
 
 private:
     ThreadPool& pool_;

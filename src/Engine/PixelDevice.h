@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Base/Progress.h"
+#include "Engine/BrushBatch.h"
 #include "Engine/CompositeJob.h"
 #include "Engine/DownsampleJob.h"
 #include "Engine/EngineError.h"
@@ -33,6 +34,10 @@ public:
 
     /// Copies single pixels out of many tiles (Kernels/Decimate.h).
     virtual std::expected<void, EngineError> sample(std::span<const SampleJob> jobs) = 0;
+
+    /// Lays the dabs into the masks (Kernels/BrushAccumulate.h), then writes each output from its
+    /// original, its mask and the style (Kernels/BrushApply.h).
+    virtual std::expected<void, EngineError> paint(const BrushBatch& batch) = 0;
 };
 
 } // namespace ombrel

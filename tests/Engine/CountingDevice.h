@@ -27,6 +27,9 @@ public:
     std::expected<void, EngineError> sample(std::span<const SampleJob> jobs) override {
         return device_.sample(jobs);
     }
+    std::expected<void, EngineError> paint(const BrushBatch& batch) override {
+        return device_.paint(batch);
+    }
     std::size_t jobs() const {
         std::size_t sum = 0;
         for (const std::size_t batch : batches)

@@ -1,0 +1,28 @@
+// Work for a device: add dabs to the masks of a stroke, then compute the tiles under them anew.
+// Both arrays of tiles are in the same order, and no tile is in them twice. Everything pointed at
+// is kept alive by the caller until the device is done.
+#pragma once
+
+#include "Core/Tile.h"
+#include "Engine/BrushRecords.h"
+#include "Engine/CompositeRecords.h"
+
+#include <span>
+
+namespace ombrel {
+
+class BrushTipPyramid;
+
+struct BrushBatch {
+    BrushPassParams params;
+    TileFormat format = TileFormat::rgba16Float; ///< of originals and outputs
+    std::span<const GPUBrushTile> tiles;
+    std::span<const GPUDab> dabs; ///< tile after tile
+    std::span<const GPUBrushApplyTile> applyTiles;
+    /// The window that `params` describes, row by row.
+    std::span<const GPUTileRef> neighbourhood;
+    TileFormat neighbourFormat = TileFormat::rgba16Float;
+    const BrushTipPyramid* tip = nullptr; ///< null: round dabs
+};
+
+} // namespace ombrel

@@ -1,0 +1,177 @@
+#include "Engine/Kernels/BrushAccumulate.h"
+
+#include "Engine/Kernels/DabShape.h"
+
+#include <algorithm>
+#include <cmath>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "Engine/Kernels/BrushAccumulate.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "Engine/Kernels/DabCoverage-inl.h"
+#include "Engine/Kernels/SpeckleCoverage-inl.h"
+#include "Engine/Kernels/TipCoverage-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ombrel::Kernels::HWY_NAMESPACE {
+
+/// How the coverage of a dab adds to the mask.
+struct Deposit {
+    float paint = 0; ///< of full coverage
+    float exponent = 1;
+    bool isPower = false; ///< whether (1 - paint * coverage) is raised to the exponent
+};
+
+inline Deposit depositOf(float alpha, float spacingFactor) {
+    if (spacingFactor > 1) return {.paint = 1 - std::pow(1 - alpha, spacingFactor)};
+    if (spacingFactor > 0 && spacingFactor < 1)
+        return {.paint = alpha, .exponent = spacingFactor, .isPower = true};
+    return {.paint = alpha};
+}
+
+template <bool isPower>
+HWY_INLINE FloatVector withDab(FloatVector mask, FloatVector coverage, const Deposit& deposit) {
+    const FloatTag d;
+    const auto paint = hn::Mul(coverage, constant(deposit.paint));
+    auto share = paint;
+    if constexpr (isPower) {
+        const auto rest = hn::Sub(constant(1), paint);
+        const auto left =
+            hn::IfThenElseZero(hn::Gt(rest, constant(1e-30f)), power(rest, deposit.exponent));
+        share = hn::Sub(constant(1), hn::Min(left, constant(1)));
+    }
+    // As a sum the mask cannot fall by rounding.
+    const auto sum = hn::Min(hn::MulAdd(hn::Sub(constant(1), mask), share, mask), constant(1));
+    static_cast<void>(d);
+    return isPower ? hn::Max(sum, paint) : sum;
+}
+
+template <bool isPower>
+void deposit(const Deposit& rule, const float* coverage, ColumnSpan outer, ColumnSpan inner,
+             float* mask) {
+    const FloatTag d;
+    const auto lanes = static_cast<std::int32_t>(laneCount());
+    const auto lay = [&](ColumnSpan span) HWY_ATTR {
+        for (std::int32_t x = span.begin; x < span.end; x += lanes) {
+            hn::Store(withDab<isPower>(hn::Load(d, mask + x), hn::LoadU(d, coverage + x), rule), d,
+                      mask + x);
+        }
+    };
+    lay({outer.begin, inner.begin});
+    for (std::int32_t x = inner.begin; x < inner.end; x += lanes)
+        hn::Store(withDab<isPower>(hn::Load(d, mask + x), constant(1), rule), d, mask + x);
+    lay({inner.end, outer.end});
+}
+
+/// One dab on its way over the rows of a tile.
+class DabRun {
+public:
+    DabRun(const BrushAccumulateArguments& in, const GPUDab& dab)
+        : shape_(shapeOf(dab, *in.params, in.tile->origin[0], in.tile->origin[1])),
+          deposit_(depositOf(dab.alpha, in.params->spacingFactor)),
+          mask_(reinterpret_cast<float*>(in.tile->mask)) {
+        if (shape_.form == DabForm::tip) sampler_.emplace(*in.tip, shape_, *in.params);
+    }
+
+    void overRows(std::int32_t firstRow, std::int32_t endRow) {
+        const ColumnSpan rows = shape_.rows();
+        for (std::int32_t row = std::max(rows.begin, firstRow); row < std::min(rows.end, endRow);
+             ++row)
+            overRow(row);
+    }
+
+private:
+    void overRow(std::int32_t row);
+    void cover(std::int32_t row, ColumnSpan span);
+
+    DabShape shape_;
+    Deposit deposit_;
+    std::optional<TipSampler> sampler_;
+    float* mask_;
+    HWY_ALIGN float coverage_[256];
+};
+
+/// Cut to the tile and widened to whole vectors.
+inline ColumnSpan outerVectors(ColumnSpan span) {
+    const auto lanes = static_cast<std::int32_t>(laneCount());
+    const std::int32_t begin = std::clamp(span.begin, 0, 256);
+    const std::int32_t end = std::clamp(span.end, begin, 256);
+    return {begin / lanes * lanes, (end + lanes - 1) / lanes * lanes};
+}
+
+/// Narrowed to whole vectors within `outer`; empty at its end where there are none.
+inline ColumnSpan innerVectors(ColumnSpan span, ColumnSpan outer) {
+    const auto lanes = static_cast<std::int32_t>(laneCount());
+    const std::int32_t begin =
+        (std::clamp(span.begin, outer.begin, outer.end) + lanes - 1) / lanes * lanes;
+    const std::int32_t end = std::clamp(span.end, outer.begin, outer.end) / lanes * lanes;
+    return begin < end ? ColumnSpan{begin, end} : ColumnSpan{outer.end, outer.end};
+}
+
+void DabRun::overRow(std::int32_t row) {
+    const ColumnSpan columns = shape_.outerColumns(row);
+    if (columns.isEmpty() || columns.end <= 0 || columns.begin >= 256) return;
+    const ColumnSpan outer = outerVectors(columns);
+    const ColumnSpan inner = innerVectors(shape_.innerColumns(row), outer);
+    cover(row, {outer.begin, inner.begin});
+    cover(row, {inner.end, outer.end});
+    float* mask = mask_ + static_cast<std::ptrdiff_t>(row) * 256;
+    if (deposit_.isPower) {
+        deposit<true>(deposit_, coverage_, outer, inner, mask);
+    } else {
+        deposit<false>(deposit_, coverage_, outer, inner, mask);
+    }
+}
+
+void DabRun::cover(std::int32_t row, ColumnSpan span) {
+    if (span.isEmpty()) return;
+    switch (shape_.form) {
+    case DabForm::soft:
+        return coverByForm<SoftForm>(shape_, row, span, coverage_);
+    case DabForm::curved:
+        return coverByForm<CurvedForm>(shape_, row, span, coverage_);
+    case DabForm::steep:
+        return coverByForm<EdgeForm<6>>(shape_, row, span, coverage_);
+    case DabForm::edged:
+        return coverByForm<EdgeForm<4>>(shape_, row, span, coverage_);
+    case DabForm::sharp:
+        return coverByForm<EdgeForm<1>>(shape_, row, span, coverage_);
+    case DabForm::aliased:
+        return coverByForm<AliasedForm>(shape_, row, span, coverage_);
+    case DabForm::tip:
+        return coverByTip(*sampler_, shape_, row, span, coverage_);
+    case DabForm::speckle:
+        return coverBySpeckle(shape_, row, span, coverage_);
+    }
+}
+
+void accumulateOnTarget(const BrushAccumulateArguments& in) {
+    const auto firstRow = static_cast<std::int32_t>(in.firstRow);
+    const auto endRow = static_cast<std::int32_t>(in.firstRow + in.rowCount);
+    for (const GPUDab& dab : in.dabs.subspan(in.tile->dabStart, in.tile->dabCount)) {
+        // Most dabs of a long batch lie beside a block of rows.
+        const float middle = dab.center[1] - static_cast<float>(in.tile->origin[1]);
+        const float reach = 1.5f * dab.radius + 3;
+        if (middle + reach < static_cast<float>(firstRow) ||
+            middle - reach > static_cast<float>(endRow))
+            continue;
+        DabRun(in, dab).overRows(firstRow, endRow);
+    }
+}
+
+} // namespace ombrel::Kernels::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ombrel::Kernels {
+
+HWY_EXPORT(accumulateOnTarget);
+
+void accumulateRows(const BrushAccumulateArguments& arguments) {
+    HWY_DYNAMIC_DISPATCH(accumulateOnTarget)(arguments);
+}
+
+} // namespace ombrel::Kernels
+#endif

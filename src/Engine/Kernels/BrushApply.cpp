@@ -1,0 +1,385 @@
+#include "Engine/Kernels/BrushApply.h"
+
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "Engine/Kernels/BrushApply.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "Engine/Kernels/BrushEffects-inl.h"
+#include "Engine/Kernels/NeighbourRows-inl.h"
+#include "Engine/Kernels/TransferCurves-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ombrel::Kernels::HWY_NAMESPACE {
+
+using Operation = BrushApplyPlan::Operation;
+
+constexpr std::size_t rowPixels = 256;
+
+struct Columns {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+
+    bool isEmpty() const { return end <= begin; }
+};
+
+/// One byte a pixel as floats from 0 to 1.
+HWY_INLINE FloatVector loadBytes(const std::uint8_t* bytes) {
+    const hn::Rebind<std::uint8_t, FloatTag> dBytes;
+    const auto words = hn::PromoteTo(IntTag(), hn::LoadU(dBytes, bytes));
+    return hn::Div(hn::ConvertTo(FloatTag(), words), constant(255));
+}
+
+/// A tile on its way, row by row.
+class ApplyRun {
+public:
+    ApplyRun(const BrushApplyPlan& plan, const GPUBrushApplyTile& tile)
+        : plan_(plan), params_(plan.batch->params), tile_(tile), neighbours_(*plan.batch) {}
+
+    void overRow(std::uint32_t row);
+
+private:
+    Columns setFactors(std::uint32_t row);
+    HWY_INLINE PixelVector original(std::size_t pixel) const;
+    void copyColumns(std::uint32_t row, Columns columns) const;
+    void loadBackdrop(std::uint32_t row, Columns columns);
+    void loadClone(std::uint32_t row, Columns columns);
+    void blend(std::uint32_t row, Columns columns);
+    void behind(Columns columns);
+    void fade(Columns columns);
+    void adjustTones(Columns columns);
+    void filter(std::uint32_t row, Columns columns);
+    void loadAround(std::int64_t x, std::int64_t y, PlanarRow& row) const;
+    void store(std::uint32_t row, Columns columns);
+    bool decodes() const {
+        return plan_.isPerceptual &&
+               (plan_.operation == Operation::blend || plan_.operation == Operation::behind);
+    }
+
+    const BrushApplyPlan& plan_;
+    const BrushPassParams& params_;
+    const GPUBrushApplyTile& tile_;
+    Neighbourhood neighbours_;
+    HWY_ALIGN float factors_[rowPixels];
+    /// Blocks of pixels as BlendRows has them.
+    HWY_ALIGN float backdrop_[4 * rowPixels];
+    HWY_ALIGN float source_[4 * rowPixels];
+};
+
+/// m of every pixel of a row; gives the whole vectors around those that have any.
+Columns ApplyRun::setFactors(std::uint32_t row) {
+    const FloatTag d;
+    const std::int32_t y = tile_.originY + static_cast<std::int32_t>(row);
+    if (y < params_.boundsMin[1] || y >= params_.boundsMax[1]) return {};
+    const float* mask = reinterpret_cast<const float*>(tile_.mask) + row * rowPixels;
+    const auto* selection = reinterpret_cast<const std::uint8_t*>(tile_.selection);
+    const float strength =
+        selection != nullptr ? params_.opacity : params_.opacity * tile_.selectionSolid;
+    const auto left = static_cast<std::int64_t>(params_.boundsMin[0]) - tile_.originX;
+    const auto right = static_cast<std::int64_t>(params_.boundsMax[0]) - tile_.originX;
+    const IntTag di;
+    const auto first =
+        hn::Set(di, static_cast<std::int32_t>(std::clamp<std::int64_t>(left, 0, 256)));
+    const auto end =
+        hn::Set(di, static_cast<std::int32_t>(std::clamp<std::int64_t>(right, 0, 256)));
+    Columns columns{rowPixels, 0};
+    for (std::size_t x = 0; x < rowPixels; x += laneCount()) {
+        auto factor = hn::Mul(hn::Min(hn::Load(d, mask + x), constant(1)), constant(strength));
+        if (selection != nullptr)
+            factor = hn::Mul(factor, loadBytes(selection + row * rowPixels + x));
+        const auto column = hn::Iota(di, static_cast<std::int32_t>(x));
+        const auto isWithin = hn::AndNot(hn::Lt(column, first), hn::Lt(column, end));
+        factor = hn::IfThenElseZero(hn::RebindMask(d, isWithin), factor);
+        hn::Store(factor, d, factors_ + x);
+        if (hn::AllTrue(d, hn::Eq(factor, hn::Zero(d)))) continue;
+        columns.begin = std::min(columns.begin, x);
+        columns.end = x + laneCount();
+    }
+    return columns;
+}
+
+HWY_INLINE PixelVector ApplyRun::original(std::size_t pixel) const {
+    if (tile_.source == 0)
+        return {constant(tile_.solid[0]), constant(tile_.solid[1]), constant(tile_.solid[2]),
+                constant(tile_.solid[3])};
+    if (plan_.isGrey) {
+        const auto value = loadBytes(reinterpret_cast<const std::uint8_t*>(tile_.source) + pixel);
+        return {value, value, value, constant(1)};
+    }
+    return loadPixels(reinterpret_cast<const std::uint16_t*>(tile_.source) + 4 * pixel);
+}
+
+HWY_INLINE void storeGrey(FloatVector value, std::uint8_t* bytes) {
+    const hn::Rebind<std::uint8_t, FloatTag> dBytes;
+    const auto rounded = hn::NearestInt(hn::Mul(withinUnit(value), constant(255)));
+    hn::StoreU(hn::DemoteTo(dBytes, rounded), dBytes, bytes);
+}
+
+/// Pixels that nothing happens to.
+void ApplyRun::copyColumns(std::uint32_t row, Columns columns) const {
+    if (columns.isEmpty()) return;
+    const std::size_t pixel = row * rowPixels + columns.begin;
+    const std::size_t count = columns.end - columns.begin;
+    const std::size_t size = plan_.isGrey ? 1 : 8;
+    auto* output = reinterpret_cast<std::byte*>(tile_.output) + pixel * size;
+    if (tile_.source != 0) {
+        std::memcpy(output, reinterpret_cast<const std::byte*>(tile_.source) + pixel * size,
+                    count * size);
+        return;
+    }
+    for (std::size_t i = 0; i < count; i += laneCount()) {
+        if (plan_.isGrey) {
+            storeGrey(original(0).red, reinterpret_cast<std::uint8_t*>(output) + i);
+        } else {
+            storePixels(original(0), reinterpret_cast<std::uint16_t*>(output) + 4 * i);
+        }
+    }
+}
+
+void ApplyRun::loadBackdrop(std::uint32_t row, Columns columns) {
+    for (std::size_t x = columns.begin; x < columns.end; x += laneCount()) {
+        PixelVector c = original(row * rowPixels + x);
+        if (decodes()) c = plan_.isPrecise ? encodePrecisely(c) : encode(c);
+        storeBlock(c, backdrop_ + 4 * x);
+    }
+}
+
+void ApplyRun::loadClone(std::uint32_t row, Columns columns) {
+    PlanarRow sample;
+    neighbours_.read(std::int64_t{tile_.originX} + params_.sourceOffset[0],
+                     std::int64_t{tile_.originY} + row + params_.sourceOffset[1], rowPixels,
+                     sample);
+    for (std::size_t x = columns.begin; x < columns.end; x += laneCount()) {
+        PixelVector c = sample.at(x);
+        if (plan_.isGrey) {
+            const auto grey = rec709(c);
+            c = {grey, grey, grey, c.alpha};
+        } else if (plan_.isPerceptual) {
+            c = plan_.isPrecise ? encodePrecisely(c) : encode(c);
+        }
+        storeBlock(c, source_ + 4 * x);
+    }
+}
+
+void ApplyRun::blend(std::uint32_t row, Columns columns) {
+    BlendRowsArguments rows{.accumulator = backdrop_ + 4 * columns.begin,
+                            .pixelCount = columns.end - columns.begin,
+                            .kind = SourceKind::uniform,
+                            .uniform = plan_.color,
+                            .factors = factors_ + columns.begin,
+                            .isPrecise = plan_.isPrecise,
+                            .x = tile_.originX + static_cast<std::int32_t>(columns.begin),
+                            .y = tile_.originY + static_cast<std::int32_t>(row)};
+    if (params_.cloning != 0) {
+        loadClone(row, columns);
+        rows.kind = SourceKind::planar;
+        rows.planar = source_ + 4 * columns.begin;
+    }
+    plan_.blendRows(rows);
+}
+
+void ApplyRun::behind(Columns columns) {
+    const FloatTag d;
+    const auto& [red, green, blue, alpha] = plan_.color;
+    for (std::size_t x = columns.begin; x < columns.end; x += laneCount()) {
+        const PixelVector c = params_.cloning != 0 ? loadBlock(source_ + 4 * x)
+                                                   : PixelVector{constant(red), constant(green),
+                                                                 constant(blue), constant(alpha)};
+        const PixelVector o = loadBlock(backdrop_ + 4 * x);
+        const auto share =
+            hn::Mul(hn::Max(hn::Sub(constant(1), o.alpha), hn::Zero(d)), hn::Load(d, factors_ + x));
+        storeBlock({hn::MulAdd(c.red, share, o.red), hn::MulAdd(c.green, share, o.green),
+                    hn::MulAdd(c.blue, share, o.blue), hn::MulAdd(c.alpha, share, o.alpha)},
+                   backdrop_ + 4 * x);
+    }
+}
+
+void ApplyRun::fade(Columns columns) {
+    const FloatTag d;
+    for (std::size_t x = columns.begin; x < columns.end; x += laneCount()) {
+        const auto rest = hn::Sub(constant(1), hn::Load(d, factors_ + x));
+        storeBlock(scaled(loadBlock(backdrop_ + 4 * x), rest), backdrop_ + 4 * x);
+    }
+}
+
+void ApplyRun::adjustTones(Columns columns) {
+    const FloatTag d;
+    for (std::size_t x = columns.begin; x < columns.end; x += laneCount()) {
+        const auto amount = hn::Load(d, factors_ + x);
+        PixelVector c = straightened(loadBlock(backdrop_ + 4 * x));
+        encodeStraight(c);
+        c = plan_.operation == Operation::sponge ? sponged(c, amount, params_)
+                                                 : toned(c, amount, params_);
+        decodeStraight(c);
+        storeBlock(premultiplied(c), backdrop_ + 4 * x);
+    }
+}
+
+/// The row y from two pixels left of x on. Beyond the bounds the border goes on.
+void ApplyRun::loadAround(std::int64_t x, std::int64_t y, PlanarRow& row) const {
+    constexpr std::int64_t count = rowPixels + 4;
+    const std::int64_t cutY =
+        std::clamp<std::int64_t>(y, params_.boundsMin[1], std::int64_t{params_.boundsMax[1]} - 1);
+    neighbours_.read(x - 2, cutY, count, row);
+    const std::int64_t first =
+        std::clamp<std::int64_t>(params_.boundsMin[0] - (x - 2), 0, count - 1);
+    const std::int64_t last =
+        std::clamp<std::int64_t>(params_.boundsMax[0] - 1 - (x - 2), 0, count - 1);
+    for (std::int64_t i = 0; i < first; ++i)
+        row.copyPixel(static_cast<std::size_t>(i), static_cast<std::size_t>(first));
+    for (std::int64_t i = last + 1; i < count; ++i)
+        row.copyPixel(static_cast<std::size_t>(i), static_cast<std::size_t>(last));
+}
+
+struct Extremes {
+    PixelVector low;
+    PixelVector high;
+};
+
+HWY_INLINE PixelVector smallest(const PixelVector& a, const PixelVector& b) {
+    return {hn::Min(a.red, b.red), hn::Min(a.green, b.green), hn::Min(a.blue, b.blue), a.alpha};
+}
+HWY_INLINE PixelVector largest(const PixelVector& a, const PixelVector& b) {
+    return {hn::Max(a.red, b.red), hn::Max(a.green, b.green), hn::Max(a.blue, b.blue), a.alpha};
+}
+
+/// The 25 pixels around, weighted by the binomials 1 4 6 4 1 in both directions.
+HWY_INLINE PixelVector meanAround(const PlanarRow* rows, std::size_t x) {
+    constexpr float weights[5] = {1.0f / 16, 4.0f / 16, 6.0f / 16, 4.0f / 16, 1.0f / 16};
+    const auto zero = hn::Zero(FloatTag());
+    PixelVector sum{zero, zero, zero, zero};
+    for (std::size_t j = 0; j < 5; ++j) {
+        for (std::size_t i = 0; i < 5; ++i) {
+            const auto weight = constant(weights[j] * weights[i]);
+            const PixelVector c = rows[j].at(x + i);
+            sum = {hn::MulAdd(c.red, weight, sum.red), hn::MulAdd(c.green, weight, sum.green),
+                   hn::MulAdd(c.blue, weight, sum.blue), hn::MulAdd(c.alpha, weight, sum.alpha)};
+        }
+    }
+    return sum;
+}
+
+/// The least and greatest straight channels of the nine pixels around; pixels without alpha do not
+/// count.
+HWY_INLINE Extremes extremesAround(const PlanarRow* rows, std::size_t x,
+                                   const PixelVector& middle) {
+    Extremes extremes{middle, middle};
+    for (std::size_t j = 1; j <= 3; ++j) {
+        for (std::size_t i = 1; i <= 3; ++i) {
+            const PixelVector c = rows[j].at(x + i);
+            const auto hasAlpha = hn::Gt(c.alpha, hn::Zero(FloatTag()));
+            const PixelVector straight = select(hasAlpha, straightened(c), middle);
+            extremes = {smallest(extremes.low, straight), largest(extremes.high, straight)};
+        }
+    }
+    return extremes;
+}
+
+HWY_INLINE PixelVector sharpened(const PlanarRow* rows, std::size_t x, const PixelVector& original,
+                                 const PixelVector& mean, FloatVector amount) {
+    const PixelVector middle = straightened(original);
+    const PixelVector blurred = straightened(mean);
+    const Extremes extremes = extremesAround(rows, x, middle);
+    const auto channel = [&](FloatVector value, FloatVector blur, FloatVector low,
+                             FloatVector high) HWY_ATTR {
+        return hn::Min(hn::Max(hn::MulAdd(hn::Sub(value, blur), amount, value), low), high);
+    };
+    return premultiplied(
+        {channel(middle.red, blurred.red, extremes.low.red, extremes.high.red),
+         channel(middle.green, blurred.green, extremes.low.green, extremes.high.green),
+         channel(middle.blue, blurred.blue, extremes.low.blue, extremes.high.blue), middle.alpha});
+}
+
+HWY_INLINE PixelVector mixed(const PixelVector& from, const PixelVector& to, FloatVector amount) {
+    const auto channel = [&](FloatVector a, FloatVector b)
+                             HWY_ATTR { return hn::MulAdd(hn::Sub(b, a), amount, a); };
+    return {channel(from.red, to.red), channel(from.green, to.green), channel(from.blue, to.blue),
+            channel(from.alpha, to.alpha)};
+}
+
+void ApplyRun::filter(std::uint32_t row, Columns columns) {
+    const FloatTag d;
+    PlanarRow rows[5];
+    for (std::int64_t j = 0; j < 5; ++j)
+        loadAround(tile_.originX, std::int64_t{tile_.originY} + row + j - 2,
+                   rows[static_cast<std::size_t>(j)]);
+    for (std::size_t x = columns.begin; x < columns.end; x += laneCount()) {
+        const auto amount = hn::Mul(hn::Load(d, factors_ + x), constant(params_.effectAmount));
+        const PixelVector o = loadBlock(backdrop_ + 4 * x);
+        const PixelVector mean = meanAround(rows, x);
+        storeBlock(plan_.operation == Operation::blur ? mixed(o, mean, amount)
+                                                      : sharpened(rows, x, o, mean, amount),
+                   backdrop_ + 4 * x);
+    }
+}
+
+void ApplyRun::store(std::uint32_t row, Columns columns) {
+    const FloatTag d;
+    for (std::size_t x = columns.begin; x < columns.end; x += laneCount()) {
+        const std::size_t pixel = row * rowPixels + x;
+        PixelVector c = loadBlock(backdrop_ + 4 * x);
+        if (decodes()) c = decode(c);
+        const auto isPainted = hn::Gt(hn::Load(d, factors_ + x), hn::Zero(d));
+        c = select(isPainted, c, original(pixel));
+        if (plan_.isGrey) {
+            storeGrey(c.red, reinterpret_cast<std::uint8_t*>(tile_.output) + pixel);
+        } else {
+            storePixels(c, reinterpret_cast<std::uint16_t*>(tile_.output) + 4 * pixel);
+        }
+    }
+}
+
+void ApplyRun::overRow(std::uint32_t row) {
+    const Columns columns = setFactors(row);
+    if (columns.isEmpty()) return copyColumns(row, {0, rowPixels});
+    copyColumns(row, {0, columns.begin});
+    copyColumns(row, {columns.end, rowPixels});
+    loadBackdrop(row, columns);
+    switch (plan_.operation) {
+    case Operation::blend:
+        blend(row, columns);
+        break;
+    case Operation::behind:
+        if (params_.cloning != 0) loadClone(row, columns);
+        behind(columns);
+        break;
+    case Operation::fade:
+        fade(columns);
+        break;
+    case Operation::dodge:
+    case Operation::burn:
+    case Operation::sponge:
+        adjustTones(columns);
+        break;
+    case Operation::blur:
+    case Operation::sharpen:
+        filter(row, columns);
+        break;
+    }
+    store(row, columns);
+}
+
+void applyOnTarget(const BrushApplyPlan& plan, const GPUBrushApplyTile& tile,
+                   std::uint32_t firstRow, std::uint32_t rowCount) {
+    ApplyRun run(plan, tile);
+    for (std::uint32_t row = firstRow; row < firstRow + rowCount; ++row)
+        run.overRow(row);
+}
+
+} // namespace ombrel::Kernels::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ombrel::Kernels {
+
+HWY_EXPORT(applyOnTarget);
+
+void applyRows(const BrushApplyPlan& plan, const GPUBrushApplyTile& tile, std::uint32_t firstRow,
+               std::uint32_t rowCount) {
+    HWY_DYNAMIC_DISPATCH(applyOnTarget)(plan, tile, firstRow, rowCount);
+}
+
+} // namespace ombrel::Kernels
+#endif

@@ -1,0 +1,125 @@
+// The coverage of one row of pixels by a tip image. The image is turned by the dab's angle, its
+// larger side spans the diameter, the direction across is squeezed by the roundness. Levels of the
+// pyramid are mixed; where the image is squeezed, several samples lie along its short axis.
+
+#if defined(OMBREL_TIP_COVERAGE_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef OMBREL_TIP_COVERAGE_INL_H
+#undef OMBREL_TIP_COVERAGE_INL_H
+#else
+#define OMBREL_TIP_COVERAGE_INL_H
+#endif
+
+#include "Engine/BrushTipPyramid.h"
+#include "Engine/Kernels/DabCoverage-inl.h"
+
+#include <algorithm>
+#include <cmath>
+
+HWY_BEFORE_NAMESPACE();
+namespace ombrel::Kernels::HWY_NAMESPACE {
+
+/// Bilinear; places are pixels of the level.
+HWY_INLINE FloatVector sampleLevel(const BrushTipPyramid::Level& level, FloatVector x,
+                                   FloatVector y) {
+    const FloatTag d;
+    const IntTag di;
+    constexpr std::int32_t border = BrushTipPyramid::border;
+    const auto cut = [](FloatVector place, std::int32_t size) HWY_ATTR {
+        return hn::Min(hn::Max(hn::Sub(place, constant(0.5f)), constant(-1.5f)),
+                       constant(static_cast<float>(size) + 0.5f));
+    };
+    const auto left = cut(x, level.width);
+    const auto top = cut(y, level.height);
+    const auto column = hn::Floor(left);
+    const auto row = hn::Floor(top);
+    const auto along = hn::Sub(left, column);
+    const auto down = hn::Sub(top, row);
+    const auto place = hn::Add(
+        hn::Mul(hn::Add(hn::ConvertTo(di, row), hn::Set(di, border)), hn::Set(di, level.pitch)),
+        hn::Add(hn::ConvertTo(di, column), hn::Set(di, border)));
+    const auto rowAt = [&](IntVector offset) HWY_ATTR {
+        const auto* base = reinterpret_cast<const std::int32_t*>(level.bytes.data());
+        const auto four = hn::GatherOffset(di, base, offset);
+        const auto low = hn::Set(di, 0xFF);
+        const auto first = hn::ConvertTo(d, hn::And(four, low));
+        const auto second = hn::ConvertTo(d, hn::And(hn::ShiftRight<8>(four), low));
+        return hn::MulAdd(hn::Sub(second, first), along, first);
+    };
+    const auto upper = rowAt(place);
+    const auto lower = rowAt(hn::Add(place, hn::Set(di, level.pitch)));
+    return hn::Mul(hn::MulAdd(hn::Sub(lower, upper), down, upper), constant(1.0f / 255));
+}
+
+class TipSampler {
+public:
+    TipSampler(const BrushTipPyramid& tip, const DabShape& shape, const BrushPassParams& params)
+        : levels_(tip.levels()), toPixels_(params.tipSize / 2),
+          width_(params.tipScale[0] * params.tipSize),
+          height_(params.tipScale[1] * params.tipSize) {
+        // Pixels of the image under one of the document, along both axes.
+        const float along = params.tipSize / (2 * shape.longRadius);
+        const float across = params.tipSize / (2 * shape.shortRadius);
+        taps_ =
+            static_cast<int>(std::clamp(std::ceil(across / std::max(along, 1.0f)), 1.0f, 16.0f));
+        const float footprint = std::max({along, across / static_cast<float>(taps_), 1.0f});
+        const float level = std::min(std::log2(footprint), static_cast<float>(levels_.size() - 1));
+        lower_ = static_cast<std::size_t>(level);
+        upper_ = std::min(lower_ + 1, levels_.size() - 1);
+        mix_ = level - static_cast<float>(lower_);
+        step_ = 1 / (shape.shortRadius * static_cast<float>(taps_));
+    }
+
+    /// u and v as in DabShape.h.
+    HWY_INLINE FloatVector at(FloatVector u, FloatVector v) const {
+        auto sum = hn::Zero(FloatTag());
+        for (int i = 0; i < taps_; ++i) {
+            const float shift = (static_cast<float>(i) - static_cast<float>(taps_ - 1) / 2) * step_;
+            const auto x = hn::MulAdd(u, constant(toPixels_), constant(width_ / 2));
+            const auto y =
+                hn::MulAdd(hn::Add(v, constant(shift)), constant(toPixels_), constant(height_ / 2));
+            auto sample = sampleAt(lower_, x, y);
+            if (mix_ > 0) {
+                const auto coarser = sampleAt(upper_, x, y);
+                sample = hn::MulAdd(hn::Sub(coarser, sample), constant(mix_), sample);
+            }
+            sum = hn::Add(sum, sample);
+        }
+        return hn::Mul(sum, constant(1 / static_cast<float>(taps_)));
+    }
+
+private:
+    HWY_INLINE FloatVector sampleAt(std::size_t index, FloatVector x, FloatVector y) const {
+        const BrushTipPyramid::Level& level = levels_[index];
+        return sampleLevel(level, hn::Mul(x, constant(static_cast<float>(level.width) / width_)),
+                           hn::Mul(y, constant(static_cast<float>(level.height) / height_)));
+    }
+
+    std::span<const BrushTipPyramid::Level> levels_;
+    float toPixels_;
+    float width_;
+    float height_;
+    int taps_;
+    float step_; ///< between samples, in v
+    std::size_t lower_;
+    std::size_t upper_;
+    float mix_;
+};
+
+inline void coverByTip(const TipSampler& sampler, const DabShape& shape, std::int32_t row,
+                       ColumnSpan span, float* out) {
+    const FloatTag d;
+    const DabRow<false> place(shape, static_cast<float>(row) + 0.5f - shape.centerY);
+    const float offset = 0.5f - shape.centerX;
+    for (std::int32_t x = span.begin; x < span.end; x += static_cast<std::int32_t>(laneCount())) {
+        const auto at = place.at(columnsFrom(static_cast<float>(x) + offset));
+        auto coverage = sampler.at(at.u, at.v);
+        if (shape.isAliased)
+            coverage = hn::IfThenElseZero(hn::Ge(coverage, constant(0.5f)), constant(1));
+        hn::StoreU(coverage, d, out + x);
+    }
+}
+
+} // namespace ombrel::Kernels::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif
