@@ -46,14 +46,4 @@ SavedBrushSettings BrushOptions::saved() const {
     return {preset, get().opacity, get().blend, get().presetID};
 }
 
-void BrushOptions::findMissingTip(const FindTip& findTip) {
-    if (!missingTip_) return;
-    const SharedBrushTip tip = findTip(*missingTip_);
-    if (!tip) return;
-    missingTip_.reset();
-    update([&](BrushSettings& settings) {
-        if (!settings.tipImage) settings.tipImage = tip;
-    });
-}
-
 } // namespace ombrel

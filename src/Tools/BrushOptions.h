@@ -46,11 +46,9 @@ public:
     void apply(const BrushPreset& preset, const FindTip& findTip);
     void setTip(SharedBrushTip tip); ///< null: round
 
-    /// Takes the brush and how it is used; a tip that is not found yet is waited for.
+    /// Takes the brush and how it is used. A tip that is not found is kept in mind for saved().
     void restore(const SavedBrushSettings& saved, const FindTip& findTip);
     SavedBrushSettings saved() const;
-    /// Looks again for the tip that restore() did not find.
-    void findMissingTip(const FindTip& findTip);
 
 private:
     Observable<BrushSettings> settings_;
