@@ -1,13 +1,20 @@
 #include "Cli/RasterOutput.h"
 
 #include "Base/AtomicFile.h"
+#include "Base/Check.h"
 #include "Base/Settings.h"
+#include "Commands/ColorModeCommands.h"
+#include "Commands/ImageSizeCommand.h"
 #include "Engine/CpuDevice.h"
+#include "Engine/Flattener.h"
+#include "Engine/GridBands.h"
 #include "Engine/StateBands.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <filesystem>
 
 namespace ombrel {
@@ -37,6 +44,28 @@ std::expected<ImageFormat, VerbError> formatNamed(std::string_view name) {
     return *format;
 }
 
+/// With the same proportions; never larger than it is.
+PixelSize fittedSize(PixelSize size, std::int64_t longestSide) {
+    const std::int64_t longest = std::max(size.width, size.height);
+    if (longest <= longestSide) return size;
+    const auto fitted = [&](std::int64_t side) {
+        const double exact = static_cast<double>(side) * static_cast<double>(longestSide) /
+                             static_cast<double>(longest);
+        return std::max<std::int64_t>(std::llround(exact), 1);
+    };
+    return {fitted(size.width), fitted(size.height)};
+}
+
+/// The document as its picture alone.
+DocumentState pictureState(const Canvas& canvas, TileGrid pixels) {
+    DocumentState state;
+    state.canvas = canvas;
+    PixelLayer layer = PixelLayer::named("Picture");
+    layer.pixels = std::move(pixels);
+    state.insert({std::move(layer)}, std::nullopt, 0);
+    return state;
+}
+
 } // namespace
 
 void RasterOutput::declareOptions(CLI::App& options) {
@@ -48,6 +77,12 @@ void RasterOutput::declareOptions(CLI::App& options) {
     options.add_option("--depth", depth_, "Bits per channel; by default the document's own")
         ->type_name("8|16|32")
         ->check(CLI::IsMember({8, 16, 32}).description(""));
+    options
+        .add_option("--size", longestSide_,
+                    "Scale the picture down until its longest side has N pixels; never up")
+        ->type_name("N")
+        ->check(CLI::Range(std::int64_t{1}, largestCanvasSide).description(""));
+    options.add_flag("--srgb", convertsToSRGB_, "Convert the colours to sRGB");
 }
 
 std::expected<void, VerbError> RasterOutput::check() {
@@ -60,10 +95,43 @@ std::expected<void, VerbError> RasterOutput::check() {
 
 std::expected<void, VerbError> RasterOutput::write(const DocumentState& state, TileStore& store,
                                                    Progress& progress) const {
+    const PixelSize size =
+        longestSide_ ? fittedSize(state.canvas.size, *longestSide_) : state.canvas.size;
+    if (convertsToSRGB_ || size != state.canvas.size)
+        return writeChanged(state, size, store, progress);
     CpuDevice device;
     StateBands bands(state, device, store, nullptr, &progress);
+    return writeBands(bands, state.canvas, progress);
+}
+
+// Layers are merged before they are scaled: then blend modes and masks meet the pixels that they
+// meet on screen, and only one picture is scaled.
+std::expected<void, VerbError> RasterOutput::writeChanged(const DocumentState& state,
+                                                          PixelSize size, TileStore& store,
+                                                          Progress& progress) const {
+    CpuDevice device;
+    auto merged = Flattener::compositeGrid(state, device, store, nullptr, &progress);
+    if (!merged) return failure(merged.error().text());
+    DocumentState picture = pictureState(state.canvas, *std::move(merged));
+    const CommandContext context{.store = store, .device = device, .progress = &progress};
+    if (const auto scaled =
+            ImageSizeCommand{.size = size, .resolution = std::nullopt}.apply(picture, context);
+        !scaled)
+        return failure(scaled.error().text());
+    if (convertsToSRGB_) {
+        const auto converted = ConvertProfileCommand{ColorProfile::sRGB()}.apply(picture, context);
+        if (!converted) return failure(converted.error().text());
+    }
+    const PixelLayer& layer = *picture.root->children.front().pixelLayer();
+    OMBREL_CHECK(layer.offset == PixelOffset{}, "a picture lies at the origin of its canvas");
+    GridBands bands(layer.pixels, size);
+    return writeBands(bands, picture.canvas, progress);
+}
+
+std::expected<void, VerbError> RasterOutput::writeBands(CompositeBands& bands, const Canvas& canvas,
+                                                        Progress& progress) const {
     const auto written =
-        ImageExporter::write(bands, format_, exportOptions(), state.canvas, path, &progress);
+        ImageExporter::write(bands, format_, exportOptions(), canvas, path, &progress);
     if (!written) return failure(written.error().text());
     return {};
 }

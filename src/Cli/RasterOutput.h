@@ -1,4 +1,5 @@
-// The output of verbs that write a picture: the file, its format and what goes with the format.
+// The output of verbs that write a picture: the file, its format and what goes with the format, its
+// size and its profile.
 #pragma once
 
 #include "Cli/Verb.h"
@@ -16,7 +17,8 @@ class TileStore;
 
 class RasterOutput {
 public:
-    /// --format, --quality and --depth. The file itself is the verb's to declare, into `path`.
+    /// --format, --quality, --depth, --size and --srgb. The file itself is the verb's to declare,
+    /// into `path`.
     void declareOptions(CLI::App& options);
 
     /// Before any work: whether the format is known and the file could be written at all. Nothing
@@ -31,11 +33,17 @@ public:
 private:
     std::expected<ImageFormat, VerbError> chosenFormat() const;
     ExportOptions exportOptions() const;
+    std::expected<void, VerbError> writeBands(CompositeBands& bands, const Canvas& canvas,
+                                              Progress& progress) const;
+    std::expected<void, VerbError> writeChanged(const DocumentState& state, PixelSize size,
+                                                TileStore& store, Progress& progress) const;
 
     ImageFormat format_{};
     std::optional<std::string> formatName_;
     std::optional<double> quality_;
     std::optional<int> depth_;
+    std::optional<std::int64_t> longestSide_;
+    bool convertsToSRGB_ = false;
 };
 
 } // namespace ombrel

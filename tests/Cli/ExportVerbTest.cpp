@@ -1,6 +1,7 @@
 #include "Base/AtomicFile.h"
 #include "Cli/Pictures.h"
 #include "Cli/ProgramRun.h"
+#include "Core/ProfileConversion.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -96,6 +97,65 @@ TEST(ExportVerb, honoursQualityAndDepth) {
                                           {"32", BitDepth::thirtyTwo}}) {
         exported("a.tiff", {"--depth", depth});
         EXPECT_EQ(test::readPicture(folder / "a.tiff").image.bitDepth, expected) << depth;
+    }
+}
+
+TEST(ExportVerb, scalesDownToTheAskedSizeAndNeverUp) {
+    const TemporaryFolder folder;
+    const PixelSize size{1400, 600};
+    const auto smooth = [](double x, double y) {
+        return PremultipliedColor{static_cast<float>(x) * 0.5f, static_cast<float>(y) * 0.5f, 0.1f,
+                                  0.5f};
+    };
+    test::writePicture(
+        folder / "in.png", size,
+        [&](auto x, auto y) {
+            return smooth((static_cast<double>(x) + 0.5) / 1400,
+                          (static_cast<double>(y) + 0.5) / 600);
+        },
+        BitDepth::sixteen);
+    const auto exported = [&](const char* longestSide) {
+        const ProgramResult result =
+            runProgram({"export", folder / "in.png", folder / "out.png", "--size", longestSide});
+        EXPECT_EQ(result.exitStatus, 0) << result.errors;
+        return test::readPicture(folder / "out.png");
+    };
+    EXPECT_EQ(exported("5000").image.size, size);
+    EXPECT_EQ(exported("3").image.size, (PixelSize{3, 1}));
+    const auto small = exported("256");
+    ASSERT_EQ(small.image.size, (PixelSize{256, 110}));
+    for (std::int64_t y = 2; y < 108; y += 7) {
+        for (std::int64_t x = 2; x < 254; x += 9) {
+            const PremultipliedColor expected =
+                smooth((static_cast<double>(x) + 0.5) / 256, (static_cast<double>(y) + 0.5) / 110);
+            ASSERT_LT(difference(small.at(x, y), expected), 0.003f) << x << ", " << y;
+        }
+    }
+    for (const char* wrong : {"0", "-4", "big", "300001"}) {
+        EXPECT_EQ(runProgram({"export", folder / "in.png", folder / "no.png", "--size", wrong})
+                      .exitStatus,
+                  2)
+            << wrong;
+    }
+}
+
+TEST(ExportVerb, convertsToSRGBWhenAsked) {
+    const TemporaryFolder folder;
+    Canvas canvas{.size = {20, 10}, .profile = ColorProfile::displayP3()};
+    const PremultipliedColor color{0.4f, 0.3f, 0.2f, 1};
+    test::PictureBands bands(canvas.size, [&](auto, auto) { return color; });
+    ASSERT_TRUE(ImageExporter::write(bands, ImageFormat::png, {.bitDepth = BitDepth::sixteen},
+                                     canvas, folder / "in.png"));
+    const auto conversion =
+        ProfileConversion::between(ColorProfile::displayP3(), ColorProfile::sRGB());
+    const PremultipliedColor converted = conversion->apply(color.red, color.green, color.blue, 1);
+    for (const bool isConverted : {false, true}) {
+        std::vector<std::string> arguments{"export", folder / "in.png", folder / "out.png"};
+        if (isConverted) arguments.emplace_back("--srgb");
+        ASSERT_EQ(runProgram(arguments).exitStatus, 0);
+        const auto picture = test::readPicture(folder / "out.png");
+        EXPECT_EQ(picture.image.profile.name(), isConverted ? "sRGB IEC61966-2.1" : "Display P3");
+        EXPECT_LT(difference(picture.at(3, 3), isConverted ? converted : color), 0.001f);
     }
 }
 
