@@ -40,7 +40,9 @@ void keepAside(const std::filesystem::path& file, std::string_view reason) {
 std::optional<Json> readOrKeepAside(const std::filesystem::path& file) {
     const auto text = readSmallFile(file, largestFile);
     if (!text) {
-        if (text.error().code != ENOENT) keepAside(file, text.error().text());
+        // Neither the file nor a folder on the way to it.
+        if (text.error().code != ENOENT && text.error().code != ENOTDIR)
+            keepAside(file, text.error().text());
         return std::nullopt;
     }
     auto json = parseJson(*text);
@@ -208,13 +210,21 @@ std::expected<void, FileError> Settings::writeChanges() {
     }
     auto result = createPrivateFolder(file_.parent_path());
     if (result) result = writeFileAtomically(file_, indentedText(written) + "\n");
+    tell(result);
     if (!result) {
-        Log::warning("Couldn't save settings: {}", result.error().text());
         const LockGuard lock(mutex_);
         for (const auto& change : changes)
             changed_.insert(change.first); // next time
     }
     return result;
+}
+
+/// On the writer. A home that cannot be written to is told once, not at every change.
+void Settings::tell(const std::expected<void, FileError>& written) {
+    std::string failure = written ? std::string() : written.error().text();
+    if (!failure.empty() && failure != toldFailure_)
+        Log::warning("Couldn't save settings: {}", failure);
+    toldFailure_ = std::move(failure);
 }
 
 } // namespace ombrel

@@ -66,6 +66,7 @@ private:
 
     void scheduleSave() OMBREL_REQUIRES(mutex_);
     std::expected<void, FileError> writeChanges();
+    void tell(const std::expected<void, FileError>& written);
 
     const std::filesystem::path file_;
     mutable Mutex mutex_;
@@ -75,6 +76,7 @@ private:
         signals_ OMBREL_GUARDED_BY(mutex_);
     bool isSaveScheduled_ OMBREL_GUARDED_BY(mutex_) = false;
     Strand writer_{"Settings", TaskPriority::utility};
+    std::string toldFailure_; ///< of the last writing; the writer's own
     Timer saveTimer_ OMBREL_GUARDED_BY(mutex_);
 };
 

@@ -112,7 +112,7 @@ RunningInstance::~RunningInstance() {
 RunningInstance::Role RunningInstance::start(const Files& files,
                                              std::chrono::milliseconds patience) {
     if (const auto made = createPrivateFolder(folder_); !made) {
-        Log::warning("{}", made.error().text());
+        Log::warning("Other processes cannot hand their files over: {}", made.error().text());
         return Role::alone;
     }
     auto lock = FileLock::take(folder_ / lockName);

@@ -65,4 +65,26 @@ TEST(Program, afterAKilledOneTheNextIsTheFirst) {
     EXPECT_EQ(next.wait().exitStatus, 0);
 }
 
+TEST(Program, runsWithoutAHomeAndSaysOnceWhatItCannotKeep) {
+    const ProgramFolders at;
+    const ProgramSetup homeless = [path = at.folder.path()] {
+        for (const char* name :
+             {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME", "TMPDIR"})
+            ::unsetenv(name);
+        ::setenv("HOME", "/dev/null/home", 1);
+        ::setenv("XDG_RUNTIME_DIR", path.c_str(), 1);
+    };
+    ProgramRun program({at.sample}, homeless);
+    ASSERT_TRUE(at.waitUntilRunning(program));
+    std::this_thread::sleep_for(std::chrono::seconds(2)); // to save more than once
+    program.sendSignal(SIGTERM);
+    const ProgramResult ended = program.wait();
+    EXPECT_EQ(ended.exitStatus, 0) << ended.signal;
+    const std::string warning = "warning: Couldn't save settings: /dev/null/home: Not a directory";
+    EXPECT_EQ(ended.errors.find("unreadable"), std::string::npos) << ended.errors;
+    const std::size_t told = ended.errors.find(warning);
+    ASSERT_NE(told, std::string::npos) << ended.errors;
+    EXPECT_EQ(ended.errors.find(warning, told + 1), std::string::npos) << ended.errors;
+}
+
 } // namespace ombrel
