@@ -1,6 +1,7 @@
 #include "App/Shell/EditorProgram.h"
 
 #include "App/Canvas/GraphicsProbe.h"
+#include "App/Look/AppIcon.h"
 #include "App/Look/Theme.h"
 #include "App/Shell/Activities.h"
 #include "App/Shell/AppServices.h"
@@ -80,8 +81,7 @@ struct Services {
 void endServices(const AppServices& services) {
     services.recovery.finish();
     services.recoveryWriter.drain();
-    if (const auto saved = services.settings.save(); !saved)
-        Log::warning("Couldn't save the settings: {}", saved.error().text());
+    [[maybe_unused]] const auto saved = services.settings.save(); // a failure is told in the log
 }
 
 /// All that lives while windows may.
@@ -119,6 +119,7 @@ int runEditor(int argc, char** argv, std::span<const std::string> files) {
     QApplication::setDesktopFileName("ombrel");
     QApplication::setApplicationVersion(OMBREL_VERSION);
     WatchedApplication application(argc, argv);
+    QApplication::setWindowIcon(appIcon());
     GraphicsProbe::begin();
     const auto applyTheme = [&application] {
         const std::string scheme = Settings::shared().get(SettingKeys::colorScheme);
