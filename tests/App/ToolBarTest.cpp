@@ -1,5 +1,6 @@
 #include "App/Panels/ToolBar.h"
 
+#include "App/Color/ColorDialog.h"
 #include "App/PanelFixture.h"
 #include "App/Panels/ColorWells.h"
 #include "App/Panels/OptionsBar.h"
@@ -12,7 +13,6 @@
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QColorDialog>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -142,9 +142,12 @@ TEST_F(BarsTest, theWellsShowTheColoursAndSwapAndResetThem) {
     QTest::keyClick(window.centralWidget(), Qt::Key_D);
     EXPECT_EQ(*fixture.session->colors, PaintColors{});
     click(tools->findChild<QToolButton*>("foregroundColor"));
-    auto* dialog = tools->findChild<QColorDialog*>();
+    auto* dialog = dynamic_cast<ColorDialog*>(tools->findChild<QDialog*>("colorDialog"));
     ASSERT_NE(dialog, nullptr);
-    dialog->setCurrentColor(QColor(0, 255, 0));
+    auto* code = dialog->findChild<QLineEdit*>("hex");
+    code->selectAll();
+    QTest::keyClicks(code, "#0f0");
+    QTest::keyClick(code, Qt::Key_Tab);
     dialog->accept();
     EXPECT_EQ(fixture.session->colors->foreground, (PremultipliedColor{0, 1, 0, 1}));
 }

@@ -1,11 +1,11 @@
 #include "App/Panels/ColorWells.h"
 
+#include "App/Color/ColorDialog.h"
 #include "App/Look/Icons.h"
 #include "App/Look/Theme.h"
 #include "App/Panels/ScreenColor.h"
 #include "Editor/DocumentSession.h"
 
-#include <QColorDialog>
 #include <QKeySequence>
 #include <QPainter>
 #include <QToolButton>
@@ -30,11 +30,17 @@ public:
         update();
     }
 
+    std::function<void()> onDoubleClick;
+
 protected:
+    void mouseDoubleClickEvent(QMouseEvent* event) override {
+        QToolButton::mouseDoubleClickEvent(event);
+        if (onDoubleClick) onDoubleClick();
+    }
     void paintEvent(QPaintEvent* /*event*/) override {
         QPainter painter(this);
         painter.fillRect(rect(), Theme::color(ThemeColor::edge));
-        const bool isMarked = underMouse() || hasFocus();
+        const bool isMarked = underMouse() || hasFocus() || isChecked();
         painter.fillRect(rect().adjusted(1, 1, -1, -1),
                          Theme::color(isMarked ? ThemeColor::accent : ThemeColor::dimText));
         painter.fillRect(rect().adjusted(2, 2, -2, -2), color_);
@@ -46,8 +52,8 @@ private:
 
 } // namespace
 
-ColorWells::ColorWells(std::shared_ptr<DocumentSession> session, QWidget* parent)
-    : QWidget(parent), session_(std::move(session)),
+ColorWells::ColorWells(const PanelContext& context, Click click, QWidget* parent)
+    : QWidget(parent), session_(context.session), settings_(context.settings), click_(click),
       background_(makeWell(QStringLiteral("Background color"), &PaintColors::background)),
       foreground_(makeWell(QStringLiteral("Foreground color"), &PaintColors::foreground)) {
     background_->setObjectName(QStringLiteral("backgroundColor"));
@@ -71,6 +77,7 @@ ColorWells::ColorWells(std::shared_ptr<DocumentSession> session, QWidget* parent
             refresh();
         }));
     refresh();
+    select(&PaintColors::foreground);
 }
 
 ColorWells::~ColorWells() = default;
@@ -80,7 +87,13 @@ QToolButton* ColorWells::makeWell(const QString& name, Slot slot) {
     well->setFixedSize(wellSide, wellSide);
     well->setToolTip(name);
     well->setAccessibleName(name);
-    connect(well, &QToolButton::clicked, this, [this, slot, name] { choose(slot, name); });
+    if (click_ == Click::asks) {
+        connect(well, &QToolButton::clicked, this, [this, slot, name] { choose(slot, name); });
+    } else {
+        well->setCheckable(true);
+        connect(well, &QToolButton::clicked, this, [this, slot] { select(slot); });
+        well->onDoubleClick = [this, slot, name] { choose(slot, name); };
+    }
     return well;
 }
 
@@ -108,18 +121,22 @@ void ColorWells::reset() {
     session_->colors = PaintColors{};
 }
 
+void ColorWells::select(Slot slot) {
+    if (click_ == Click::asks) return;
+    foreground_->setChecked(slot == &PaintColors::foreground);
+    background_->setChecked(slot == &PaintColors::background);
+    if (onSelect) onSelect(slot);
+}
+
 void ColorWells::choose(Slot slot, const QString& title) {
-    auto* dialog = new QColorDialog(this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setOption(QColorDialog::DontUseNativeDialog);
-    dialog->setWindowTitle(title);
-    dialog->setCurrentColor(
-        screenColor((*session_->colors).*slot, session_->_state->canvas.profile));
-    connect(dialog, &QColorDialog::colorSelected, this, [this, slot](const QColor& color) {
+    const PickedColor color(
+        displayColor((*session_->colors).*slot, session_->_state->canvas.profile));
+    auto* dialog = new ColorDialog(settings_, title, color, this);
+    dialog->onAccept = [this, slot](const PickedColor& chosen) {
         PaintColors colors = *session_->colors;
-        colors.*slot = documentColor(color, session_->_state->canvas.profile);
+        colors.*slot = documentColor(chosen.rgb(), session_->_state->canvas.profile);
         session_->colors = colors;
-    });
+    };
     dialog->open();
 }
 

@@ -1,5 +1,6 @@
 #include "App/Panels/PanelCatalog.h"
 
+#include "App/Panels/ColorPanel.h"
 #include "App/Panels/HistoryPanel.h"
 #include "App/Panels/LayersPanel.h"
 
@@ -14,7 +15,8 @@ QWidget* make(const PanelContext& context, QWidget* parent) {
     return new Panel(context, parent); // the parent owns it
 }
 
-constexpr std::array<PanelDescription, 2> panels{{
+constexpr std::array<PanelDescription, 3> panels{{
+    {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, "color", 250},
     {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, "layers"},
     {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>, "layers"},
 }};

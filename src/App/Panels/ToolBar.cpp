@@ -128,7 +128,7 @@ ToolBar::ToolBar(const PanelContext& context, QWidget* parent)
     auto* frame = new QWidget(this);
     auto* layout = new QHBoxLayout(frame);
     layout->setContentsMargins(0, Spacing::tight, 0, Spacing::tight);
-    wells_ = new ColorWells(session_, frame);
+    wells_ = new ColorWells(context, ColorWells::Click::asks, frame);
     layout->addWidget(wells_, 0, Qt::AlignHCenter);
     addWidget(frame);
     connections_.push_back(session_->_activeTool.observe([this](ToolKind) { refresh(); }));
