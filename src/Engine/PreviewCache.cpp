@@ -240,6 +240,17 @@ std::expected<bool, EngineError> PreviewCache::refresh(std::span<const TileCoord
     return *result && count == coords.size();
 }
 
+std::expected<bool, EngineError> PreviewCache::refreshHalved(int times,
+                                                             std::span<const TileCoord> coords,
+                                                             Clock::time_point deadline) {
+    return cache_.refresh(times, coords, {.deadline = deadline});
+}
+
+const CompositeCache::Content* PreviewCache::halved(int times, TileCoord coord) const {
+    const CompositeCache::Entry* entry = cache_.entry(times, coord);
+    return entry != nullptr && cache_.isValid(*entry) ? &entry->content : nullptr;
+}
+
 const CompositeCache::Content* PreviewCache::content(TileCoord coord) const {
     const CompositeCache::Entry* entry = cache_.entry(0, coord);
     if (entry == nullptr || !cache_.isValid(*entry)) return nullptr;

@@ -30,6 +30,9 @@ public:
     std::expected<bool, EngineError> refresh(std::span<const TileCoord> coords,
                                              Clock::time_point deadline, std::int64_t ownedBytes);
     void drop();
+    /// Tiles of the samples' picture halved so many times, once all samples below them are taken.
+    std::expected<bool, EngineError> refreshHalved(int times, std::span<const TileCoord> coords,
+                                                   Clock::time_point deadline);
 
     int level() const { return level_; }
     /// What compositing a tile of the present level took lately; 0 before the first.
@@ -37,6 +40,10 @@ public:
     bool hasWorked() const { return hasWorked_; } ///< the last refresh, at all
     /// The content of a tile of the level; null where there is none that is up to date.
     const CompositeCache::Content* content(TileCoord coord) const;
+    /// The same of the halved picture; null too where its last refresh did not get.
+    const CompositeCache::Content* halved(int times, TileCoord coord) const;
+    /// Of the samples as a picture of its own.
+    const PyramidGeometry& geometry() const { return cache_.geometry(); }
     std::int64_t ownedBytes() const { return cache_.ownedBytes(); }
 
 private:

@@ -1,8 +1,11 @@
 #include "App/Panels/PanelCatalog.h"
 
 #include "App/Panels/ColorPanel.h"
+#include "App/Panels/HistogramPanel.h"
 #include "App/Panels/HistoryPanel.h"
+#include "App/Panels/InfoPanel.h"
 #include "App/Panels/LayersPanel.h"
+#include "App/Panels/NavigatorPanel.h"
 
 #include <array>
 
@@ -15,7 +18,10 @@ QWidget* make(const PanelContext& context, QWidget* parent) {
     return new Panel(context, parent); // the parent owns it
 }
 
-constexpr std::array<PanelDescription, 3> panels{{
+constexpr std::array<PanelDescription, 6> panels{{
+    {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, "view", 170},
+    {"info", "Info", Qt::RightDockWidgetArea, make<InfoPanel>, "view"},
+    {"histogram", "Histogram", Qt::RightDockWidgetArea, make<HistogramPanel>, "view"},
     {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, "color", 250},
     {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, "layers"},
     {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>, "layers"},

@@ -2,12 +2,11 @@
 
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
+#include "App/Panels/ZoomField.h"
 #include "Editor/DocumentSession.h"
-#include "Tools/ViewNavigation.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLineEdit>
 #include <array>
 #include <chrono>
 
@@ -16,24 +15,6 @@ namespace ombrel {
 namespace {
 
 constexpr std::chrono::seconds lookInterval{1};
-
-QString percentText(double magnification) {
-    const double percent = 100 * magnification;
-    const int digits = percent < 1 ? 2 : percent < 100 ? 1 : 0;
-    QString number = QString::number(percent, 'f', digits);
-    while (number.contains(u'.') && (number.endsWith(u'0') || number.endsWith(u'.')))
-        number.chop(1);
-    return QStringLiteral("%1 %").arg(number);
-}
-
-/// The number in "150", "150 %" or "66,7%".
-std::optional<double> percentOf(QString text) {
-    text.remove(u'%');
-    text.replace(u',', u'.');
-    bool isNumber = false;
-    const double percent = text.trimmed().toDouble(&isNumber);
-    return isNumber && percent > 0 ? std::optional(percent) : std::nullopt;
-}
 
 } // namespace
 
@@ -49,12 +30,10 @@ QString memoryText(std::int64_t bytes) {
 }
 
 StatusFields::StatusFields(const PanelContext& context, QWidget* parent)
-    : QWidget(parent), session_(context.session), store_(context.store), zoom_(new QLineEdit(this)),
-      canvas_(new QLabel(this)), memory_(new QLabel(this)) {
+    : QWidget(parent), session_(context.session), store_(context.store),
+      zoom_(new ZoomField(context.session, this)), canvas_(new QLabel(this)),
+      memory_(new QLabel(this)) {
     zoom_->setObjectName(QStringLiteral("zoom"));
-    zoom_->setAccessibleName(QStringLiteral("Magnification"));
-    zoom_->setToolTip(zoom_->accessibleName());
-    zoom_->setFixedWidth(zoom_->fontMetrics().horizontalAdvance(QStringLiteral("12800.0 %")));
     canvas_->setObjectName(QStringLiteral("canvasText"));
     memory_->setObjectName(QStringLiteral("memory"));
     auto* layout = new QHBoxLayout(this);
@@ -66,9 +45,6 @@ StatusFields::StatusFields(const PanelContext& context, QWidget* parent)
     look_.setSingleShot(true);
     look_.setInterval(lookInterval);
     connect(&look_, &QTimer::timeout, this, [this] { showMemory(); });
-    connect(zoom_, &QLineEdit::editingFinished, this, [this] { takeZoom(); });
-    connections_.push_back(session_->_viewTransform.observe([this](const auto&) { showZoom(); }));
-    connections_.push_back(session_->_contentsScale.onChange([this](double) { showZoom(); }));
     connections_.push_back(session_->_state.observe([this](const DocumentState& state) {
         showCanvas(state.canvas);
         lookAtMemorySoon();
@@ -76,26 +52,6 @@ StatusFields::StatusFields(const PanelContext& context, QWidget* parent)
 }
 
 StatusFields::~StatusFields() = default;
-
-void StatusFields::showZoom() {
-    if (zoom_->isModified()) return; // somebody is typing
-    const QString text = percentText(session_->_viewTransform->scale * *session_->_contentsScale);
-    if (text != zoom_->text()) zoom_->setText(text);
-}
-
-void StatusFields::takeZoom() {
-    const bool isTyped = zoom_->isModified();
-    const std::optional<double> percent = percentOf(zoom_->text());
-    zoom_->setModified(false);
-    if (isTyped && percent) {
-        const ViewTransform& view = *session_->_viewTransform;
-        const RealPoint middle{view.viewportSize.width / 2, view.viewportSize.height / 2};
-        const double scale = *percent / 100 / *session_->_contentsScale;
-        session_->setViewTransform(
-            ViewNavigation::zoomed(view, scale, middle, *session_->_contentsScale));
-    }
-    showZoom();
-}
 
 void StatusFields::showCanvas(const Canvas& canvas) {
     if (shownCanvas_ == canvas) return;

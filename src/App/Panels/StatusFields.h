@@ -16,9 +16,10 @@
 #include <vector>
 
 class QLabel;
-class QLineEdit;
 
 namespace ombrel {
+
+class ZoomField;
 
 class StatusFields : public QWidget {
 public:
@@ -30,15 +31,13 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    void showZoom();
-    void takeZoom();
     void showCanvas(const Canvas& canvas);
     void lookAtMemorySoon();
     void showMemory();
 
     std::shared_ptr<DocumentSession> session_;
     TileStore& store_;
-    QLineEdit* zoom_;
+    ZoomField* zoom_;
     QLabel* canvas_;
     QLabel* memory_;
     QTimer look_;

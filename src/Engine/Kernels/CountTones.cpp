@@ -69,7 +69,7 @@ bool isNothing(std::uint16_t alpha) {
 } // namespace
 
 void countTones(const std::uint16_t* halves, std::size_t count, const std::uint8_t* coverage,
-                const LuminanceWeights& weights, ToneCounts& counts) {
+                const LuminanceWeights& weights, ToneCounts& counts, std::uint64_t times) {
     alignas(64) std::array<std::uint16_t, toneChannelCount * pixelsOfStep> planes;
     alignas(64) std::array<std::uint16_t, 4 * pixelsOfStep> rest;
     const std::size_t lanes = HWY_DYNAMIC_DISPATCH(lanesOfVector)();
@@ -94,10 +94,11 @@ void countTones(const std::uint16_t* halves, std::size_t count, const std::uint8
             }
             ++counted;
             for (std::size_t channel = 0; channel < toneChannelCount; ++channel)
-                ++totals[channel * ToneCounts::stride + slotOf(planes[channel * pixelsOfStep + i])];
+                totals[channel * ToneCounts::stride + slotOf(planes[channel * pixelsOfStep + i])] +=
+                    times;
         }
     }
-    counts.addPixels(counted, skipped);
+    counts.addPixels(counted * times, skipped * times);
 }
 
 } // namespace ombrel::Kernels

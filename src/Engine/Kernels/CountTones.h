@@ -12,8 +12,8 @@
 namespace ombrel::Kernels {
 
 /// `halves`: four a pixel, premultiplied. `coverage`: a byte a pixel, of which those below 128
-/// leave their pixel out altogether; null: all count.
+/// leave their pixel out altogether; null: all count. Each counts so many `times`.
 void countTones(const std::uint16_t* halves, std::size_t count, const std::uint8_t* coverage,
-                const LuminanceWeights& weights, ToneCounts& counts);
+                const LuminanceWeights& weights, ToneCounts& counts, std::uint64_t times = 1);
 
 } // namespace ombrel::Kernels
