@@ -7,6 +7,7 @@
 #include "Engine/BrushRecords.h"
 #include "Engine/CompositeRecords.h"
 
+#include <cstddef>
 #include <span>
 
 namespace ombrel {
@@ -19,6 +20,9 @@ struct BrushBatch {
     std::span<const GPUBrushTile> tiles;
     std::span<const GPUDab> dabs; ///< tile after tile
     std::span<const GPUBrushApplyTile> applyTiles;
+    /// The output of each tile's last batch, or null. A device may copy from it what the dabs of
+    /// this batch do not reach; elsewhere it computes the same again.
+    std::span<const std::byte* const> previous;
     /// The window that `params` describes, row by row.
     std::span<const GPUTileRef> neighbourhood;
     TileFormat neighbourFormat = TileFormat::rgba16Float;

@@ -8,6 +8,7 @@
 #include "Engine/Kernels/Decimate.h"
 #include "Engine/Kernels/Downsample.h"
 
+#include <array>
 #include <atomic>
 
 namespace ombrel {
@@ -103,13 +104,20 @@ std::expected<void, EngineError> CpuDevice::paint(const BrushBatch& batch) {
     parallelFor(pool_, batch.tiles.size() * blocks, [&](std::size_t item) {
         const std::size_t tile = item / blocks;
         const std::uint32_t firstRow = static_cast<std::uint32_t>(item % blocks) * rows;
+        std::array<Kernels::ColumnSpan, tileSize> spans{};
+        const std::span touched(spans.data(), rows);
         Kernels::accumulateRows({.params = &batch.params,
                                  .tile = &batch.tiles[tile],
                                  .dabs = batch.dabs,
                                  .tip = batch.tip,
                                  .firstRow = firstRow,
-                                 .rowCount = rows});
-        Kernels::applyRows(plan, batch.applyTiles[tile], firstRow, rows);
+                                 .rowCount = rows,
+                                 .touched = touched});
+        Kernels::applyRows({.plan = &plan,
+                            .tile = &batch.applyTiles[tile],
+                            .previous = batch.previous.empty() ? nullptr : batch.previous[tile],
+                            .firstRow = firstRow,
+                            .touched = touched});
     });
     return {};
 }

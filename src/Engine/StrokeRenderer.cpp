@@ -36,6 +36,7 @@ struct StrokeRenderer::State {
     const StrokeStyle style;
     StrokeMasks masks;
     std::optional<BrushTipPyramid> tipPyramid;
+    std::map<TileCoord, Tile> outputs; ///< the last ones, for their pixels that stay
 };
 
 const BrushTipPyramid* StrokeRenderer::State::tip() {
@@ -124,11 +125,11 @@ public:
         buffers_.push_back(store_.acquireBuffer(format_));
         return buffers_.back().bytes();
     }
-    StrokeTiles tiles(const DabBuckets& buckets) {
-        StrokeTiles tiles;
-        auto buffer = buffers_.begin();
-        for (const auto& [coord, dabs] : buckets)
-            tiles.emplace_hint(tiles.end(), coord, store_.makeTile(std::move(*buffer++)));
+    /// In the order in which they were added.
+    std::vector<Tile> makeTiles() {
+        std::vector<Tile> tiles;
+        for (TileBuffer& buffer : buffers_)
+            tiles.push_back(store_.makeTile(std::move(buffer)));
         buffers_.clear();
         return tiles;
     }
@@ -150,6 +151,7 @@ std::expected<StrokeTiles, EngineError> StrokeRenderer::render(std::span<const B
     std::vector<GPUDab> records;
     std::vector<GPUBrushTile> tiles;
     std::vector<GPUBrushApplyTile> applyTiles;
+    std::vector<const std::byte*> previous;
     ResourceTracker tracker;
     const TileFormat format = state.target.original.format();
     Outputs outputs(state.store, format);
@@ -157,6 +159,8 @@ std::expected<StrokeTiles, EngineError> StrokeRenderer::render(std::span<const B
         GPUBrushApplyTile applied = state.applyRecord(coord, outputs.add(), tracker);
         applied.mask = reinterpret_cast<std::uintptr_t>(state.masks.at(coord));
         applyTiles.push_back(applied);
+        const auto last = state.outputs.find(coord);
+        previous.push_back(last != state.outputs.end() ? tracker.pin(last->second) : nullptr);
         tiles.push_back({.mask = applied.mask,
                          .origin = {applied.originX, applied.originY},
                          .dabStart = static_cast<std::uint32_t>(records.size()),
@@ -171,11 +175,21 @@ std::expected<StrokeTiles, EngineError> StrokeRenderer::render(std::span<const B
         .tiles = tiles,
         .dabs = records,
         .applyTiles = applyTiles,
+        .previous = previous,
         .neighbourhood = neighbourhood,
         .neighbourFormat = state.style.clone ? state.style.clone->pixels.format() : format,
         .tip = state.tip()};
-    if (const auto done = state.device.paint(batch); !done) return std::unexpected(done.error());
-    return outputs.tiles(buckets);
+    if (const auto done = state.device.paint(batch); !done) {
+        state.outputs.clear(); // the masks may be ahead of them
+        return std::unexpected(done.error());
+    }
+    StrokeTiles result;
+    const std::vector<Tile> made = outputs.makeTiles();
+    for (auto tile = made.begin(); const auto& [coord, dabsOfTile] : buckets) {
+        result.emplace_hint(result.end(), coord, *tile);
+        state.outputs.insert_or_assign(coord, *tile++);
+    }
+    return result;
 }
 
 std::optional<StrokeCoverage> StrokeRenderer::coverage() const {

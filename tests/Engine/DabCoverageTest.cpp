@@ -4,6 +4,7 @@
 #include "Engine/Kernels/SimdTargets.h"
 #include "TestSeed.h"
 
+#include <array>
 #include <fmt/core.h>
 #include <gtest/gtest.h>
 #include <random>
@@ -33,7 +34,8 @@ public:
                                 .origin = {originX_, originY_},
                                 .dabStart = 0,
                                 .dabCount = 1};
-        accumulateRows({.params = &params, .tile = &tile, .dabs = {&dab, 1}});
+        std::array<ColumnSpan, 256> touched{};
+        accumulateRows({.params = &params, .tile = &tile, .dabs = {&dab, 1}, .touched = touched});
     }
     float at(int x, int y) const { return values_[y * 256 + x]; }
 

@@ -70,7 +70,7 @@ class DabRun {
 public:
     DabRun(const BrushAccumulateArguments& in, const GPUDab& dab)
         : shape_(shapeOf(dab, *in.params, in.tile->origin[0], in.tile->origin[1])),
-          deposit_(depositOf(dab.alpha, in.params->spacingFactor)),
+          deposit_(depositOf(dab.alpha, in.params->spacingFactor)), in_(in),
           mask_(reinterpret_cast<float*>(in.tile->mask)) {
         if (shape_.form == DabForm::tip) sampler_.emplace(*in.tip, shape_, *in.params);
     }
@@ -89,6 +89,7 @@ private:
     DabShape shape_;
     Deposit deposit_;
     std::optional<TipSampler> sampler_;
+    const BrushAccumulateArguments& in_;
     float* mask_;
     HWY_ALIGN float coverage_[256];
 };
@@ -115,6 +116,7 @@ void DabRun::overRow(std::int32_t row) {
     if (columns.isEmpty() || columns.end <= 0 || columns.begin >= 256) return;
     const ColumnSpan outer = outerVectors(columns);
     const ColumnSpan inner = innerVectors(shape_.innerColumns(row), outer);
+    in_.touched[static_cast<std::size_t>(row) - in_.firstRow].add(outer);
     cover(row, {outer.begin, inner.begin});
     cover(row, {inner.end, outer.end});
     float* mask = mask_ + static_cast<std::ptrdiff_t>(row) * 256;

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "Engine/BrushRecords.h"
+#include "Engine/Kernels/ColumnSpan.h"
 
 #include <cstdint>
 #include <span>
@@ -26,6 +27,8 @@ struct BrushAccumulateArguments {
     const BrushTipPyramid* tip = nullptr;
     std::uint32_t firstRow = 0;
     std::uint32_t rowCount = 256;
+    /// One for each of these rows: widened to what the dabs reach, in whole vectors.
+    std::span<ColumnSpan> touched;
 };
 
 void accumulateRows(const BrushAccumulateArguments& arguments);

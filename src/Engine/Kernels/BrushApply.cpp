@@ -35,13 +35,14 @@ HWY_INLINE FloatVector loadBytes(const std::uint8_t* bytes) {
 /// A tile on its way, row by row.
 class ApplyRun {
 public:
-    ApplyRun(const BrushApplyPlan& plan, const GPUBrushApplyTile& tile)
-        : plan_(plan), params_(plan.batch->params), tile_(tile), neighbours_(*plan.batch) {}
+    explicit ApplyRun(const BrushApplyArguments& in)
+        : plan_(*in.plan), params_(plan_.batch->params), tile_(*in.tile), previous_(in.previous),
+          neighbours_(*plan_.batch) {}
 
-    void overRow(std::uint32_t row);
+    void overRow(std::uint32_t row, Columns touched);
 
 private:
-    Columns setFactors(std::uint32_t row);
+    Columns setFactors(std::uint32_t row, Columns touched);
     HWY_INLINE PixelVector original(std::size_t pixel) const;
     void copyColumns(std::uint32_t row, Columns columns) const;
     void loadBackdrop(std::uint32_t row, Columns columns);
@@ -61,6 +62,7 @@ private:
     const BrushApplyPlan& plan_;
     const BrushPassParams& params_;
     const GPUBrushApplyTile& tile_;
+    const std::byte* previous_;
     Neighbourhood neighbours_;
     HWY_ALIGN float factors_[rowPixels];
     /// Blocks of pixels as BlendRows has them.
@@ -68,8 +70,8 @@ private:
     HWY_ALIGN float source_[4 * rowPixels];
 };
 
-/// m of every pixel of a row; gives the whole vectors around those that have any.
-Columns ApplyRun::setFactors(std::uint32_t row) {
+/// m of some pixels of a row; gives the whole vectors around those that have any.
+Columns ApplyRun::setFactors(std::uint32_t row, Columns touched) {
     const FloatTag d;
     const std::int32_t y = tile_.originY + static_cast<std::int32_t>(row);
     if (y < params_.boundsMin[1] || y >= params_.boundsMax[1]) return {};
@@ -85,7 +87,7 @@ Columns ApplyRun::setFactors(std::uint32_t row) {
     const auto end =
         hn::Set(di, static_cast<std::int32_t>(std::clamp<std::int64_t>(right, 0, 256)));
     Columns columns{rowPixels, 0};
-    for (std::size_t x = 0; x < rowPixels; x += laneCount()) {
+    for (std::size_t x = touched.begin; x < touched.end; x += laneCount()) {
         auto factor = hn::Mul(hn::Min(hn::Load(d, mask + x), constant(1)), constant(strength));
         if (selection != nullptr)
             factor = hn::Mul(factor, loadBytes(selection + row * rowPixels + x));
@@ -124,9 +126,10 @@ void ApplyRun::copyColumns(std::uint32_t row, Columns columns) const {
     const std::size_t count = columns.end - columns.begin;
     const std::size_t size = plan_.isGrey ? 1 : 8;
     auto* output = reinterpret_cast<std::byte*>(tile_.output) + pixel * size;
-    if (tile_.source != 0) {
-        std::memcpy(output, reinterpret_cast<const std::byte*>(tile_.source) + pixel * size,
-                    count * size);
+    const auto* source =
+        previous_ != nullptr ? previous_ : reinterpret_cast<const std::byte*>(tile_.source);
+    if (source != nullptr) {
+        std::memcpy(output, source + pixel * size, count * size);
         return;
     }
     for (std::size_t i = 0; i < count; i += laneCount()) {
@@ -331,8 +334,8 @@ void ApplyRun::store(std::uint32_t row, Columns columns) {
     }
 }
 
-void ApplyRun::overRow(std::uint32_t row) {
-    const Columns columns = setFactors(row);
+void ApplyRun::overRow(std::uint32_t row, Columns touched) {
+    const Columns columns = touched.isEmpty() ? touched : setFactors(row, touched);
     if (columns.isEmpty()) return copyColumns(row, {0, rowPixels});
     copyColumns(row, {0, columns.begin});
     copyColumns(row, {columns.end, rowPixels});
@@ -361,11 +364,13 @@ void ApplyRun::overRow(std::uint32_t row) {
     store(row, columns);
 }
 
-void applyOnTarget(const BrushApplyPlan& plan, const GPUBrushApplyTile& tile,
-                   std::uint32_t firstRow, std::uint32_t rowCount) {
-    ApplyRun run(plan, tile);
-    for (std::uint32_t row = firstRow; row < firstRow + rowCount; ++row)
-        run.overRow(row);
+void applyOnTarget(const BrushApplyArguments& in) {
+    ApplyRun run(in);
+    for (std::uint32_t i = 0; i < in.touched.size(); ++i) {
+        const ColumnSpan touched = in.touched[i];
+        run.overRow(in.firstRow + i, {static_cast<std::size_t>(touched.begin),
+                                      static_cast<std::size_t>(touched.end)});
+    }
 }
 
 } // namespace ombrel::Kernels::HWY_NAMESPACE
@@ -376,9 +381,8 @@ namespace ombrel::Kernels {
 
 HWY_EXPORT(applyOnTarget);
 
-void applyRows(const BrushApplyPlan& plan, const GPUBrushApplyTile& tile, std::uint32_t firstRow,
-               std::uint32_t rowCount) {
-    HWY_DYNAMIC_DISPATCH(applyOnTarget)(plan, tile, firstRow, rowCount);
+void applyRows(const BrushApplyArguments& arguments) {
+    HWY_DYNAMIC_DISPATCH(applyOnTarget)(arguments);
 }
 
 } // namespace ombrel::Kernels

@@ -26,9 +26,12 @@
 
 #include "Engine/BrushBatch.h"
 #include "Engine/Kernels/BlendRows.h"
+#include "Engine/Kernels/ColumnSpan.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace ombrel::Kernels {
 
@@ -56,8 +59,15 @@ struct BrushApplyPlan {
     std::array<float, 4> color{}; ///< as the operation wants it
 };
 
-/// Rows of a tile, 256 columns each.
-void applyRows(const BrushApplyPlan& plan, const GPUBrushApplyTile& tile, std::uint32_t firstRow,
-               std::uint32_t rowCount);
+struct BrushApplyArguments {
+    const BrushApplyPlan* plan = nullptr;
+    const GPUBrushApplyTile* tile = nullptr;
+    const std::byte* previous = nullptr; ///< of the tile, after its last batch; may be null
+    std::uint32_t firstRow = 0;
+    /// Where the mask has changed since, a span a row in whole vectors; the rest is copied.
+    std::span<const ColumnSpan> touched;
+};
+
+void applyRows(const BrushApplyArguments& arguments);
 
 } // namespace ombrel::Kernels

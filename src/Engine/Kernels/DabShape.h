@@ -8,6 +8,7 @@
 #pragma once
 
 #include "Engine/BrushRecords.h"
+#include "Engine/Kernels/ColumnSpan.h"
 
 #include <cstdint>
 
@@ -23,13 +24,6 @@ enum class DabForm : std::uint8_t {
     aliased, ///< the middle decides
     tip,     ///< samples of a picture
     speckle,
-};
-
-struct ColumnSpan {
-    std::int32_t begin = 0;
-    std::int32_t end = 0; ///< exclusive
-
-    bool isEmpty() const { return end <= begin; }
 };
 
 struct DabShape {
