@@ -206,4 +206,62 @@ TEST(StrokeRenderer, tellsItsCoverageAsBytes) {
     EXPECT_EQ(coverage.bytes[10 * 100 + 10], 0);
 }
 
+TEST(StrokeRenderer, looksTheSameWhereverItLiesOnTheTiles) {
+    const std::uint64_t seed = testSeed();
+    SCOPED_TRACE(seed);
+    DabMaker maker(seed);
+    std::vector<BrushDab> dabs = maker.dabs(40, 200);
+    for (BrushDab& dab : dabs) {
+        dab.x = std::round(dab.x * 8) / 8;
+        dab.y = std::round(dab.y * 8) / 8;
+    }
+    StrokeScene scene;
+    scene.style.spacing = 0.1f;
+    scene.style.color = PremultipliedColor::white();
+    scene.target.bounds = {-4000, -4000, 8000, 8000};
+    const TileGrid first = scene.painted(dabs);
+    for (const auto& [dx, dy] : {std::pair{100, 37}, {-511, 256}, {1, -1337}}) {
+        std::vector<BrushDab> moved = dabs;
+        for (BrushDab& dab : moved) {
+            dab.x += static_cast<float>(dx);
+            dab.y += static_cast<float>(dy);
+        }
+        const TileGrid second = scene.painted(moved);
+        float worst = 0;
+        for (int i = 0; i < 20000; ++i) {
+            const int x = maker.below(540) - 270;
+            const int y = maker.below(540) - 270;
+            worst = std::max(
+                worst, std::fabs(first.color(x, y).alpha - second.color(x + dx, y + dy).alpha));
+        }
+        EXPECT_LE(worst, 0.0006f) << dx << " " << dy;
+    }
+}
+
+TEST(StrokeRenderer, agreesOnEverySimdTarget) {
+    const std::uint64_t seed = testSeed();
+    SCOPED_TRACE(seed);
+    StrokeScene scene;
+    scene.style.spacing = 0.07f;
+    scene.style.color = PremultipliedColor::white();
+    const std::vector<BrushDab> dabs = DabMaker(seed).dabs(60, 250);
+    const TileGrid best = scene.painted(dabs);
+    for (const Kernels::SimdTarget& target : Kernels::simdTargets()) {
+        const Kernels::SimdTargetOverride scope(target);
+        const TileGrid grid = scene.painted(dabs);
+        int further = 0;
+        for (int y = -256; y < 256; ++y) {
+            for (int x = -256; x < 256; ++x) {
+                const PremultipliedColor found = grid.color(x, y);
+                const PremultipliedColor expected = best.color(x, y);
+                // Faint paint is what is left of differences from 1, with their last places.
+                if (halfDistance(found.halves(), expected.halves()) > 1 &&
+                    std::fabs(found.alpha - expected.alpha) > 2e-6f)
+                    further += 1;
+            }
+        }
+        EXPECT_EQ(further, 0) << target.name;
+    }
+}
+
 } // namespace ombrel

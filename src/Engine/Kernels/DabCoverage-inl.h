@@ -223,7 +223,16 @@ struct AliasedForm {
     template <bool isRound>
     static HWY_INLINE FloatVector coverage(const DabShape& shape, const DabRow<isRound>& row,
                                            FloatVector dx) {
-        const auto isInside = hn::Le(row.at(dx).squaredT, constant(shape.aliasedLimit));
+        const auto place = row.at(dx);
+        auto isInside = hn::Le(place.squaredT, constant(shape.aliasedLimit));
+        if constexpr (!isRound) {
+            // However thin, the long axis is a line without gaps.
+            const auto across = hn::Mul(place.v, constant(shape.shortRadius));
+            const auto isOnLine =
+                hn::And(hn::Ge(across, constant(-0.5f)), hn::Lt(across, constant(0.5f)));
+            const auto isBetweenEnds = hn::Le(hn::Abs(place.u), constant(1));
+            isInside = hn::Or(isInside, hn::And(isOnLine, isBetweenEnds));
+        }
         return hn::IfThenElseZero(isInside, constant(1));
     }
 };

@@ -52,7 +52,6 @@ void setAliased(DabShape& shape, float x, float y, float radius, float roundness
     shape.centerX = isOdd ? std::floor(x) + 0.5f : std::floor(x + 0.5f);
     shape.centerY = isOdd ? std::floor(y) + 0.5f : std::floor(y + 0.5f);
     shape.longRadius = diameter / 2;
-    // A line half a pixel to each side has a pixel in every row and column it crosses.
     shape.shortRadius = std::max(shape.longRadius * roundness, 0.5f);
     shape.isRound = shape.shortRadius == shape.longRadius;
     // Slightly less than the circle: three pixels across are a cross, and no disc has bumps of one
