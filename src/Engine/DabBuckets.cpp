@@ -9,8 +9,11 @@ namespace {
 
 bool isSane(const BrushDab& dab) {
     constexpr float farthest = 0x1p31f; // no tile lies further out
-    return dab.radius > 0 && dab.alpha > 0 && dab.radius < farthest &&
-           std::fabs(dab.x) < farthest && std::fabs(dab.y) < farthest;
+    const bool hasPlace = dab.radius > 0 && dab.radius < farthest && std::fabs(dab.x) < farthest &&
+                          std::fabs(dab.y) < farthest;
+    const bool hasForm = std::isfinite(dab.hardness) && std::isfinite(dab.angle) &&
+                         std::isfinite(dab.roundness) && std::isfinite(dab.speckle);
+    return hasPlace && hasForm && dab.alpha > 0;
 }
 
 PixelRect squareOf(const BrushDab& dab, double reach) {

@@ -48,9 +48,13 @@ TEST(StrokeRenderer, paintsNothingWhereNoDabBringsAnything) {
     scene.target.bounds = {0, 0, 100, 100};
     StrokeRenderer renderer(scene.device, *scene.store, scene.target, scene.style);
     const TileStore::Statistics before = scene.store->statistics();
-    const std::vector<BrushDab> dabs{solidDab(50, 50, 10, 0), solidDab(50, 50, 0),
-                                     solidDab(300, 50, 10),   solidDab(50, -40, 20),
-                                     solidDab(NAN, 50, 10),   solidDab(50, HUGE_VALF, 10)};
+    const std::vector<BrushDab> dabs{solidDab(50, 50, 10, 0),
+                                     solidDab(50, 50, 0),
+                                     solidDab(300, 50, 10),
+                                     solidDab(50, -40, 20),
+                                     solidDab(NAN, 50, 10),
+                                     solidDab(50, HUGE_VALF, 10),
+                                     {.x = 50, .y = 50, .radius = 10, .angle = NAN}};
     EXPECT_TRUE(renderer.render(dabs)->empty());
     EXPECT_TRUE(renderer.render({})->empty());
     EXPECT_FALSE(renderer.coverage().has_value());

@@ -47,6 +47,11 @@ private:
     void copyColumns(std::uint32_t row, Columns columns) const;
     void loadBackdrop(std::uint32_t row, Columns columns);
     void loadClone(std::uint32_t row, Columns columns);
+    bool isPlain() const {
+        return plan_.operation == Operation::blend && params_.blendCode == 0 && !plan_.isGrey &&
+               params_.cloning == 0;
+    }
+    void paintPlainly(std::uint32_t row, Columns columns);
     void blend(std::uint32_t row, Columns columns);
     void behind(Columns columns);
     void fade(Columns columns);
@@ -181,6 +186,27 @@ void ApplyRun::blend(std::uint32_t row, Columns columns) {
         rows.planar = source_ + 4 * columns.begin;
     }
     plan_.blendRows(rows);
+}
+
+/// A colour in normal mode, which is what most strokes are: as blend() does it, in one go.
+void ApplyRun::paintPlainly(std::uint32_t row, Columns columns) {
+    const FloatTag d;
+    const auto& [red, green, blue, alpha] = plan_.color;
+    const PixelVector color{constant(red), constant(green), constant(blue), constant(alpha)};
+    for (std::size_t x = columns.begin; x < columns.end; x += laneCount()) {
+        const std::size_t pixel = row * rowPixels + x;
+        const auto factor = hn::Load(d, factors_ + x);
+        const PixelVector before = original(pixel);
+        const PixelVector b = plan_.isPerceptual ? encode(before) : before;
+        const PixelVector c = scaled(color, factor);
+        const auto through = hn::Sub(constant(1), c.alpha);
+        PixelVector result{
+            hn::Add(c.red, hn::Mul(b.red, through)), hn::Add(c.green, hn::Mul(b.green, through)),
+            hn::Add(c.blue, hn::Mul(b.blue, through)), hn::Add(c.alpha, hn::Mul(b.alpha, through))};
+        if (plan_.isPerceptual) result = decode(result);
+        result = select(hn::Gt(factor, hn::Zero(d)), result, before);
+        storePixels(result, reinterpret_cast<std::uint16_t*>(tile_.output) + 4 * pixel);
+    }
 }
 
 void ApplyRun::behind(Columns columns) {
@@ -339,6 +365,7 @@ void ApplyRun::overRow(std::uint32_t row, Columns touched) {
     if (columns.isEmpty()) return copyColumns(row, {0, rowPixels});
     copyColumns(row, {0, columns.begin});
     copyColumns(row, {columns.end, rowPixels});
+    if (isPlain()) return paintPlainly(row, columns);
     loadBackdrop(row, columns);
     switch (plan_.operation) {
     case Operation::blend:

@@ -95,13 +95,19 @@ HWY_INLINE FloatVector fallOff(FloatVector x) {
 }
 
 struct SoftForm {
+    /// From 0 at the solid core to 1 at the rim.
+    template <bool isRound>
+    static HWY_INLINE FloatVector placeOnSlope(const DabShape& shape, const DabRow<isRound>& row,
+                                               FloatVector dx) {
+        const auto t = hn::Sqrt(row.at(dx).squaredT);
+        const float gain = 1 / (1 - shape.hardness);
+        return cutCoverage(hn::MulAdd(t, constant(gain), constant(-shape.hardness * gain)));
+    }
+
     template <bool isRound>
     static HWY_INLINE FloatVector coverage(const DabShape& shape, const DabRow<isRound>& row,
                                            FloatVector dx) {
-        const auto t = hn::Sqrt(row.at(dx).squaredT);
-        const float gain = 1 / (1 - shape.hardness);
-        return fallOff(
-            cutCoverage(hn::MulAdd(t, constant(gain), constant(-shape.hardness * gain))));
+        return fallOff(placeOnSlope(shape, row, dx));
     }
 };
 
