@@ -78,17 +78,19 @@ ColumnSpan DabShape::rows() const {
             static_cast<std::int32_t>(std::ceil(centerY + extent + 0.5f))};
 }
 
+void DabShape::setRows() {
+    squaredScale_ = uX * uX + vX * vX;
+    shear_ = (uX * uY + vX * vY) / squaredScale_;
+    determinant_ = 1 / (longRadius * longRadius * shortRadius * shortRadius * squaredScale_);
+}
+
 ColumnSpan DabShape::columnsWithin(std::int32_t row, float limit) const {
     if (!(limit > 0)) return {};
-    // t^2 as a quadratic form of (dx, dy); where it stays within limit^2.
     const float dy = static_cast<float>(row) + 0.5f - centerY;
-    const float xx = uX * uX + vX * vX;
-    const float xy = uX * uY + vX * vY;
-    const float determinant = 1 / (longRadius * longRadius * shortRadius * shortRadius);
-    const float discriminant = limit * limit * xx - dy * dy * determinant;
+    const float discriminant = (limit * limit - dy * dy * determinant_) / squaredScale_;
     if (!(discriminant >= 0)) return {};
-    const float middle = centerX - xy * dy / xx - 0.5f;
-    const float half = std::sqrt(discriminant) / xx;
+    const float middle = centerX - shear_ * dy - 0.5f;
+    const float half = std::sqrt(discriminant);
     constexpr float farOut = 1 << 20;
     const float first = std::clamp(std::ceil(middle - half), -farOut, farOut);
     const float last = std::clamp(std::floor(middle + half), -farOut, farOut);
@@ -126,6 +128,7 @@ DabShape shapeOf(const GPUDab& dab, const BrushPassParams& params, std::int32_t 
         setSmooth(shape);
     }
     setAxes(shape, dab.angle);
+    shape.setRows();
     return shape;
 }
 

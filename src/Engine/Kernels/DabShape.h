@@ -58,8 +58,16 @@ struct DabShape {
     /// Columns that are covered wholly.
     ColumnSpan innerColumns(std::int32_t row) const { return columnsWithin(row, innerLimit); }
 
+    /// To be called once the axes are set.
+    void setRows();
+
 private:
     ColumnSpan columnsWithin(std::int32_t row, float limit) const;
+
+    // t^2 as a quadratic form of the distance, solved for x.
+    float shear_ = 0;
+    float determinant_ = 0;
+    float squaredScale_ = 1;
 };
 
 /// `originX`, `originY`: of the tile.

@@ -87,15 +87,24 @@ HWY_INLINE FloatVector decodeAny(FloatVector x) {
     return hn::CopySign(value, x);
 }
 
-#if HWY_TARGET == HWY_AVX2
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET <= HWY_AVX3
 
 // From 0 up to below 2, where nearly all channels lie, the power of the exponent comes from eight
-// values in a register, and one polynomial serves the mantissa: two thirds of the work.
+// or sixteen values in a register, and one polynomial serves the mantissa: two thirds of the work.
 
-/// m^exponent for the mantissa m of x, and the low exponent bits as an index.
+#undef OMBREL_OCTAVES
+#if HWY_TARGET == HWY_AVX2
+#define OMBREL_OCTAVES 8
+using OctaveIndices = hn::Indices256<float>;
+#else
+#define OMBREL_OCTAVES 16
+using OctaveIndices = hn::Indices512<float>;
+#endif
+
+/// The mantissa of x, and the low exponent bits as an index.
 struct SplitFloat {
     FloatVector mantissaMinusOne;
-    hn::Indices256<float> octave;
+    OctaveIndices octave;
 };
 
 HWY_INLINE SplitFloat split(FloatVector x) {
@@ -103,17 +112,25 @@ HWY_INLINE SplitFloat split(FloatVector x) {
     const IntTag di;
     const auto bits = hn::BitCast(di, x);
     const auto mantissa = hn::Or(hn::And(bits, hn::Set(di, 0x007FFFFF)), hn::Set(di, 0x3F800000));
-    // The lookup reads the three lowest bits of each index only.
+    // The lookup reads as many of the lowest bits of each index as it needs.
     return {hn::Sub(hn::BitCast(d, mantissa), constant(1)),
-            hn::Indices256<float>{hn::ShiftRight<23>(bits).raw}};
+            OctaveIndices{hn::ShiftRight<23>(bits).raw}};
 }
 
 HWY_INLINE FloatVector encodeBelowTwo(FloatVector x) {
     const FloatTag d;
-    // 1.055 * 2^(5/12 * e) for e from -7 to 0, at the index that their biased exponents end in.
+    // 1.055 * 2^(5/12 * e) for e up to 0, at the index that their biased exponents end in.
+#if OMBREL_OCTAVES == 8
     alignas(32) static constexpr float gains[8] = {0.1397166956f, 0.1864994135f, 0.24894685f,
                                                    0.3323041769f, 0.443572859f,  0.5920987305f,
                                                    0.7903569831f, encodingGain};
+#else
+    alignas(64) static constexpr float gains[16] = {
+        0.01386165185f, 0.01850308533f, 0.02469865572f, 0.03296875f,
+        0.04400800144f, 0.05874363423f, 0.07841334415f, 0.1046692569f,
+        0.1397166956f,  0.1864994135f,  0.24894685f,    0.3323041769f,
+        0.443572859f,   0.5920987305f,  0.7903569831f,  encodingGain};
+#endif
     const SplitFloat parts = split(x);
     const auto t = parts.mantissaMinusOne;
     const auto powered =
@@ -121,10 +138,12 @@ HWY_INLINE FloatVector encodeBelowTwo(FloatVector x) {
                    polynomial(t, 0.416664328f, -0.121460753f, 0.0634837353f, -0.0382931421f,
                               0.0212033854f, -0.00836082637f, 0.00160316084f),
                    constant(1));
+    auto gain = hn::TableLookupLanes(hn::Load(d, gains), parts.octave);
+#if OMBREL_OCTAVES == 8
     // The two octaves below 2^-7 share an index with the two highest: eight octaves further down.
-    const auto octaves =
-        hn::IfThenElse(hn::Lt(x, constant(0.0078125f)), constant(0.09921256575f), constant(1));
-    const auto gain = hn::Mul(hn::TableLookupLanes(hn::Load(d, gains), parts.octave), octaves);
+    gain = hn::Mul(gain, hn::IfThenElse(hn::Lt(x, constant(0.0078125f)), constant(0.09921256575f),
+                                        constant(1)));
+#endif
     const auto curve = hn::MulSub(powered, gain, constant(encodingShift));
     return hn::IfThenElse(hn::Le(x, constant(TransferFunction::linearThreshold)),
                           hn::Mul(x, constant(12.92f)), curve);
@@ -132,11 +151,19 @@ HWY_INLINE FloatVector encodeBelowTwo(FloatVector x) {
 
 HWY_INLINE FloatVector decodeBelowTwo(FloatVector x) {
     const FloatTag d;
-    // 2^(2.4 * e) for e from -7 to 0.
+    // 2^(2.4 * e) for e up to 0.
+#if OMBREL_OCTAVES == 8
     alignas(32) static constexpr float gains[8] = {8.763869118411094e-06f,  4.6255980123532936e-05f,
                                                    0.00024414053768850863f, 0.0012885816395282745f,
                                                    0.006801174953579903f,   0.035896819084882736f,
                                                    0.18946455419063568f,    1.0f};
+#else
+    alignas(64) static constexpr float gains[16] = {
+        1.455191523e-11f, 7.680546904e-11f, 4.05381696e-10f,  2.139617419e-09f,
+        1.129296844e-08f, 5.960464478e-08f, 3.145952012e-07f, 1.660443427e-06f,
+        8.763872948e-06f, 4.625599873e-05f, 0.000244140625f,  0.001288581944f,
+        0.006801176276f,  0.03589682359f,   0.1894645708f,    1.0f};
+#endif
     const SplitFloat parts = split(hn::Mul(hn::Add(x, constant(0.055f)), constant(1 / 1.055f)));
     const auto t = parts.mantissaMinusOne;
     const auto powered = hn::MulAdd(t,
