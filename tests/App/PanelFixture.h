@@ -2,6 +2,8 @@
 #pragma once
 
 #include "App/Panels/PanelCatalog.h"
+#include "App/Shell/LaidDownAnswers.h"
+#include "Editor/BrushPresetStore.h"
 #include "Editor/SessionFixture.h"
 
 #include <QCoreApplication>
@@ -15,7 +17,8 @@ struct PanelFixture : SessionFixture {
     using SessionFixture::SessionFixture;
 
     PanelContext context() {
-        return {session, executors.main, executors.worker, *store, device, settings};
+        return {session, executors.main, executors.worker, *store,
+                device,  settings,       brushes,          answers};
     }
     /// Runs everything that was posted, by us or by the toolkit.
     void settle() {
@@ -34,6 +37,9 @@ struct PanelFixture : SessionFixture {
             names.push_back(entry->name);
         return names;
     }
+
+    BrushPresetStore brushes{folder / "presets", executors.main};
+    LaidDownAnswers answers;
 };
 
 } // namespace ombrel

@@ -18,10 +18,14 @@ constexpr std::array groupEnds{BlendMode::dissolve, BlendMode::linearBurn, Blend
 
 } // namespace
 
+bool endsBlendModeGroup(BlendMode mode) {
+    return std::ranges::find(groupEnds, mode) != groupEnds.end();
+}
+
 BlendModeBox::BlendModeBox(QWidget* parent) : QComboBox(parent) {
     for (const BlendModeName& name : blendModeNames) {
         addItem(toQt(name.displayName), static_cast<int>(name.mode));
-        if (std::ranges::find(groupEnds, name.mode) != groupEnds.end()) insertSeparator(count());
+        if (endsBlendModeGroup(name.mode)) insertSeparator(count());
     }
     setMaxVisibleItems(count());
     setFocusPolicy(Qt::TabFocus);

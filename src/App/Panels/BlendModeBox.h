@@ -10,6 +10,9 @@
 
 namespace ombrel {
 
+/// Whether a line is drawn after it.
+bool endsBlendModeGroup(BlendMode mode);
+
 class BlendModeBox : public QComboBox {
 public:
     explicit BlendModeBox(QWidget* parent = nullptr);

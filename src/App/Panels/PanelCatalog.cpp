@@ -1,5 +1,6 @@
 #include "App/Panels/PanelCatalog.h"
 
+#include "App/Brushes/BrushPanel.h"
 #include "App/Panels/ColorPanel.h"
 #include "App/Panels/HistogramPanel.h"
 #include "App/Panels/HistoryPanel.h"
@@ -18,13 +19,14 @@ QWidget* make(const PanelContext& context, QWidget* parent) {
     return new Panel(context, parent); // the parent owns it
 }
 
-constexpr std::array<PanelDescription, 6> panels{{
+constexpr std::array<PanelDescription, 7> panels{{
     {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, "view", 170},
     {"info", "Info", Qt::RightDockWidgetArea, make<InfoPanel>, "view"},
     {"histogram", "Histogram", Qt::RightDockWidgetArea, make<HistogramPanel>, "view"},
     {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, "color", 250},
     {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, "layers"},
     {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>, "layers"},
+    {"brushes", "Brushes", Qt::RightDockWidgetArea, make<BrushPanel>, "layers"},
 }};
 
 } // namespace

@@ -10,6 +10,8 @@ class QWidget;
 
 namespace ombrel {
 
+class BrushPresetStore;
+class Dialogs;
 class DocumentSession;
 class Executor;
 class PixelDevice;
@@ -24,6 +26,8 @@ struct PanelContext {
     TileStore& store;
     PixelDevice& device;
     Settings& settings;
+    BrushPresetStore& brushes;
+    Dialogs& dialogs;
 };
 
 struct PanelDescription {

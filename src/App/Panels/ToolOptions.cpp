@@ -1,5 +1,6 @@
 #include "App/Panels/ToolOptions.h"
 
+#include "App/Brushes/BrushOptionRow.h"
 #include "App/Look/QtText.h"
 #include "Editor/DocumentSession.h"
 #include "Tools/EyedropperTool.h"
@@ -132,12 +133,15 @@ struct ToolOptionMaker {
     ToolOptionRow (*make)(const PanelContext& context, Tool& tool, QWidget* parent);
 };
 
-constexpr std::array<ToolOptionMaker, 5> makers{{
+constexpr std::array<ToolOptionMaker, 8> makers{{
     {ToolKind::move, moveOptions},
     {ToolKind::eyedropper, eyedropperOptions},
     {ToolKind::hand, viewOptions},
     {ToolKind::zoom, viewOptions},
     {ToolKind::rotateView, rotateOptions},
+    {ToolKind::brush, brushOptions},
+    {ToolKind::pencil, brushOptions},
+    {ToolKind::eraser, brushOptions},
 }};
 
 } // namespace

@@ -15,6 +15,7 @@
 namespace ombrel {
 
 class Activities;
+class BrushPresetStore;
 class Dialogs;
 
 struct AppServices {
@@ -25,6 +26,7 @@ struct AppServices {
     PixelDevice& device;
     Settings& settings;
     RecoveryStore& recovery;
+    BrushPresetStore& brushes;
     Dialogs& dialogs;
     Activities& activities;
     /// Of recovery copies, as DocumentRecovery::Services has it; empty: by the clock.

@@ -80,7 +80,8 @@ void DocumentWindow::makeCanvas() {
 
 std::vector<std::function<void()>> DocumentWindow::pieces() {
     const PanelContext context{document_->session(), services_.main,   services_.worker,
-                               services_.store,      services_.device, services_.settings};
+                               services_.store,      services_.device, services_.settings,
+                               services_.brushes,    services_.dialogs};
     std::vector<std::function<void()>> pieces;
     for (const PanelDescription& panel : panelCatalog()) {
         pieces.emplace_back([this, context, &panel] {
@@ -119,13 +120,16 @@ void DocumentWindow::joinGroup(QDockWidget& dock, const PanelDescription& panel)
 }
 
 void DocumentWindow::arrangePanels() {
-    for (const PanelDescription& panel : panelCatalog()) {
-        QDockWidget* front = frontOf(panel);
-        front->raise();
-        if (front->objectName() != panel.identifier) continue;
-        const int height = panel.height > 0 ? panel.height : heightOfTheRest;
-        resizeDocks({front}, {height}, Qt::Vertical);
-        resizeDocks({front}, {usualPanelWidth}, Qt::Horizontal);
+    // Those that take what is left come first: the heights of the others are then kept.
+    for (const bool takesTheRest : {true, false}) {
+        for (const PanelDescription& panel : panelCatalog()) {
+            QDockWidget* front = frontOf(panel);
+            if (front->objectName() != panel.identifier) continue;
+            if ((panel.height == 0) != takesTheRest) continue;
+            front->raise();
+            resizeDocks({front}, {takesTheRest ? heightOfTheRest : panel.height}, Qt::Vertical);
+            resizeDocks({front}, {usualPanelWidth}, Qt::Horizontal);
+        }
     }
 }
 

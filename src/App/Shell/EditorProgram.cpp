@@ -14,6 +14,8 @@
 #include "Base/Log.h"
 #include "Base/MainExecutor.h"
 #include "Base/ThreadPool.h"
+#include "Base/XdgFolders.h"
+#include "Editor/BrushPresetStore.h"
 #include "Engine/CpuDevice.h"
 
 #include <QMimeDatabase>
@@ -65,6 +67,8 @@ void setBudget(TileStore& store, const Settings& settings) {
 struct Services {
     Strand recoveryWriter{"Recovery", TaskPriority::utility};
     CpuDevice device;
+    BrushPresetStore brushes{XdgFolders::fromEnvironment().data / "presets",
+                             MainExecutor::shared()};
     MessageBoxes dialogs;
     Activities activities;
     AppServices shared{MainExecutor::shared(),
@@ -74,6 +78,7 @@ struct Services {
                        device,
                        Settings::shared(),
                        RecoveryStore::shared(),
+                       brushes,
                        dialogs,
                        activities};
 };
@@ -81,7 +86,9 @@ struct Services {
 void endServices(const AppServices& services) {
     services.recovery.finish();
     services.recoveryWriter.drain();
-    [[maybe_unused]] const auto saved = services.settings.save(); // a failure is told in the log
+    // Failures are told in the log.
+    static_cast<void>(services.brushes.flush());
+    static_cast<void>(services.settings.save());
 }
 
 /// All that lives while windows may.

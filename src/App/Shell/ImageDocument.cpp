@@ -5,7 +5,9 @@
 #include "App/Shell/DocumentWindow.h"
 #include "Base/Check.h"
 #include "Base/XdgFolders.h"
+#include "Editor/BrushPresetStore.h"
 #include "IO/Native/NativeFile.h"
+#include "Tools/BrushTool.h"
 #include "Tools/ToolRegistry.h"
 
 #include <fmt/format.h>
@@ -13,6 +15,15 @@
 namespace ombrel {
 
 namespace {
+
+/// Brushes find the tips of the user, too.
+ToolSet makeTools(BrushPresetStore& brushes) {
+    ToolSet tools = ToolRegistry::makeTools();
+    for (const auto& [kind, tool] : tools)
+        if (auto* const brush = dynamic_cast<BrushTool*>(tool.get()))
+            brush->findTip = [&brushes](const Uuid& id) { return brushes.tip(id); };
+    return tools;
+}
 
 /// The same file is the same name in every process.
 std::string lockNameOf(const std::filesystem::path& path) {
@@ -99,7 +110,7 @@ void ImageDocument::makeSession(DocumentState state) {
                                  .store = services_.store,
                                  .device = services_.device,
                                  .settings = services_.settings},
-                                std::move(state), historyName_, {}, ToolRegistry::makeTools());
+                                std::move(state), historyName_, {}, makeTools(services_.brushes));
     mark_.emplace(session_->currentEntryID());
 }
 

@@ -4,14 +4,15 @@
 #pragma once
 
 #include "App/Shell/Activities.h"
-#include "App/Shell/Dialogs.h"
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/DocumentWindow.h"
 #include "App/Shell/EventLoopBridge.h"
+#include "App/Shell/LaidDownAnswers.h"
 #include "App/Shell/StartWindow.h"
 #include "Base/MainExecutor.h"
 #include "Base/ThreadPool.h"
 #include "Commands/AddLayerCommands.h"
+#include "Editor/BrushPresetStore.h"
 #include "Engine/CpuDevice.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestStore.h"
@@ -19,61 +20,11 @@
 #include <QAction>
 #include <QTest>
 #include <algorithm>
-#include <deque>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 namespace ombrel {
-
-/// Answers at once what was laid down; a question without an answer fails the test.
-class LaidDownAnswers final : public Dialogs {
-public:
-    std::deque<SaveAnswer> saves;
-    std::deque<bool> confirmations;
-    std::deque<std::vector<Path>> opened;
-    std::deque<std::optional<Path>> places;
-    std::vector<std::string> failures; ///< "TITLE TEXT"
-    std::vector<std::string> asked;    ///< names of documents
-    std::vector<Path> proposed;
-
-    void askToSave(QWidget*, const std::string& name,
-                   std::function<void(SaveAnswer)> answer) override {
-        asked.push_back(name);
-        answer(take(saves, "to save " + name).value_or(SaveAnswer::cancel));
-    }
-    void confirm(QWidget*, const Confirmation& question,
-                 std::function<void(bool)> answer) override {
-        answer(take(confirmations, question.title).value_or(false));
-    }
-    bool confirmNow(QWidget*, const Confirmation& question) override {
-        return take(confirmations, question.title).value_or(false);
-    }
-    void tellFailure(QWidget*, const std::string& title, const std::string& text) override {
-        failures.push_back(title + " " + text);
-    }
-    void chooseFilesToOpen(QWidget*, const Path&,
-                           std::function<void(std::vector<Path>)> answer) override {
-        answer(take(opened, "which files to open").value_or(std::vector<Path>{}));
-    }
-    void choosePlace(QWidget*, const SavePlace& place,
-                     std::function<void(std::optional<Path>)> answer) override {
-        proposed.push_back(place.proposed);
-        answer(take(places, "where to save").value_or(std::nullopt));
-    }
-
-private:
-    template <typename T>
-    static std::optional<T> take(std::deque<T>& answers, const std::string& question) {
-        if (answers.empty()) {
-            ADD_FAILURE() << "nobody said what to answer to: " << question;
-            return std::nullopt;
-        }
-        T answer = std::move(answers.front());
-        answers.pop_front();
-        return answer;
-    }
-};
 
 inline bool eventually(const std::function<bool()>& holds, int milliseconds = 20'000) {
     return QTest::qWaitFor(holds, milliseconds);
@@ -92,11 +43,13 @@ protected:
     void startProgram() {
         settings = std::make_unique<Settings>(folder / "settings.json");
         recovery = std::make_unique<RecoveryStore>(folder / "recovery");
-        services = std::make_unique<AppServices>(AppServices{
-            MainExecutor::shared(), ThreadPool::shared(), recoveryWriter, *store, device, *settings,
-            *recovery, answers, activities, [this](Timer::Duration, Executor::Task wakeUp) {
-                sleeping.push_back(std::move(wakeUp));
-            }});
+        brushes = std::make_unique<BrushPresetStore>(folder / "presets", MainExecutor::shared());
+        services = std::make_unique<AppServices>(
+            AppServices{MainExecutor::shared(), ThreadPool::shared(), recoveryWriter, *store,
+                        device, *settings, *recovery, *brushes, answers, activities,
+                        [this](Timer::Duration, Executor::Task wakeUp) {
+                            sleeping.push_back(std::move(wakeUp));
+                        }});
         controller = std::make_unique<DocumentController>(*services, [this] { hasEnded = true; });
     }
     /// As when the process ends: windows and what runs for them go.
@@ -105,6 +58,7 @@ protected:
         settle();
         sleeping.clear();
         services.reset();
+        brushes.reset();
         recovery.reset(); // its locks go, as those of a process
         settings.reset();
     }
@@ -185,6 +139,7 @@ protected:
     bool hasEnded = false;
     std::unique_ptr<Settings> settings;
     std::unique_ptr<RecoveryStore> recovery;
+    std::unique_ptr<BrushPresetStore> brushes;
     std::unique_ptr<AppServices> services;
     std::unique_ptr<DocumentController> controller;
 };
