@@ -36,7 +36,8 @@ void keepAside(const std::filesystem::path& file, std::string_view reason) {
 Json readOrKeepAside(const std::filesystem::path& file) {
     const auto text = readSmallFile(file, largestFile);
     if (!text) {
-        if (text.error().code != ENOENT) keepAside(file, text.error().text());
+        const int code = text.error().code;
+        if (code != ENOENT && code != ENOTDIR) keepAside(file, text.error().text());
         return {};
     }
     auto json = parseJson(*text);
