@@ -45,12 +45,14 @@ const BrushTipPyramid* StrokeRenderer::State::tip() {
     return &*tipPyramid;
 }
 
-/// The corners of a tip lie outside the circle that its sides touch.
+/// The corners of a tip lie outside the circle that its sides touch, and enlarged pixels end
+/// softly.
 double StrokeRenderer::State::reachOfDabs() const {
     if (style.tip == nullptr) return 1;
     const auto width = static_cast<double>(style.tip->width);
     const auto height = static_cast<double>(style.tip->height);
-    return std::hypot(width, height) / std::max(width, height);
+    const double size = std::max(width, height);
+    return (std::hypot(width, height) + 4) / size;
 }
 
 /// What a kernel reads in place of a cell of the original. A value of a mask stands for an opaque
@@ -128,6 +130,7 @@ public:
     /// In the order in which they were added.
     std::vector<Tile> makeTiles() {
         std::vector<Tile> tiles;
+        tiles.reserve(buffers_.size());
         for (TileBuffer& buffer : buffers_)
             tiles.push_back(store_.makeTile(std::move(buffer)));
         buffers_.clear();

@@ -242,6 +242,19 @@ TEST(DabDeposit, ofATipKeepsItsAmountAtAnySize) {
         EXPECT_NEAR(small.at(150, 150), 128, 3) << radius;
         EXPECT_NEAR(small.sum(), 2 * radius * radius, 0.06 * radius * radius) << radius;
     }
+    // Enlarged, a step becomes a slope without steps of its own, and no rim is cut off.
+    const Coverage large({{.x = 200, .y = 200, .radius = 120}},
+                         {.tip = tipOf(12, 12, [](std::int64_t x, std::int64_t) {
+                              return static_cast<std::uint8_t>(x < 6 ? 0 : 255);
+                          })});
+    for (int x = 160; x < 239; ++x) {
+        EXPECT_LE(large.at(x, 200), large.at(x + 1, 200));
+        EXPECT_LE(large.at(x + 1, 200) - large.at(x, 200), 12);
+    }
+    EXPECT_EQ(large.at(170, 200), 0);
+    EXPECT_EQ(large.at(230, 200), 255);
+    EXPECT_EQ(large.at(362, 200), 0);
+    EXPECT_LT(large.at(350, 200), 12);
     // Corners stick out of the circle and are painted all the same.
     const Coverage corner({{.x = 255, .y = 255, .radius = 40, .angle = 0.78539816f}},
                           {.tip = tipOf(80, 80, solid)});

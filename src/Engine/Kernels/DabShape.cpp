@@ -119,9 +119,10 @@ DabShape shapeOf(const GPUDab& dab, const BrushPassParams& params, std::int32_t 
         shape.form = DabForm::tip;
         shape.isRound = false;
         shape.isAliased = dab.aliased == DabCode::aliased;
-        // A rectangle with the sides tipScale lies within the ellipse through its corners.
-        shape.outerLimit =
-            std::hypot(params.tipScale[0], params.tipScale[1]) + pixelReach / shape.shortRadius;
+        // A rectangle with the sides tipScale lies within the ellipse through its corners; two
+        // pixels of the image around it are a soft rim.
+        shape.outerLimit = 4 / params.tipSize + std::hypot(params.tipScale[0], params.tipScale[1]) +
+                           pixelReach / shape.shortRadius;
     } else if (dab.aliased == DabCode::aliased) {
         setAliased(shape, shape.centerX, shape.centerY, dab.radius, roundness);
     } else {

@@ -1,6 +1,7 @@
 // The coverage of one row of pixels by a tip image. The image is turned by the dab's angle, its
 // larger side spans the diameter, the direction across is squeezed by the roundness. Levels of the
-// pyramid are mixed; where the image is squeezed, several samples lie along its short axis.
+// pyramid are mixed; where the image is squeezed, several samples lie along its short axis. An
+// enlarged image is smoothed by cubic B-splines, so that its pixels do not show.
 
 #if defined(OMBREL_TIP_COVERAGE_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef OMBREL_TIP_COVERAGE_INL_H
@@ -50,6 +51,63 @@ HWY_INLINE FloatVector sampleLevel(const BrushTipPyramid::Level& level, FloatVec
     return hn::Mul(hn::MulAdd(hn::Sub(lower, upper), down, upper), constant(1.0f / 255));
 }
 
+/// The weights of four pixels of which the place lies between the middle ones.
+struct SplineWeights {
+    explicit HWY_INLINE SplineWeights(FloatVector f) {
+        const auto rest = hn::Sub(constant(1), f);
+        const auto outer = [](FloatVector x) HWY_ATTR {
+            return hn::Mul(hn::Mul(square(x), x), constant(1.0f / 6));
+        };
+        const auto inner = [](FloatVector x) HWY_ATTR {
+            return hn::MulAdd(square(x), hn::MulAdd(x, constant(0.5f), constant(-1)),
+                              constant(2.0f / 3));
+        };
+        first = outer(rest);
+        second = inner(f);
+        third = inner(rest);
+        fourth = outer(f);
+    }
+
+    FloatVector first, second, third, fourth;
+};
+
+/// By cubic B-splines; places are pixels of the level.
+HWY_INLINE FloatVector sampleSmoothly(const BrushTipPyramid::Level& level, FloatVector x,
+                                      FloatVector y) {
+    const FloatTag d;
+    const IntTag di;
+    constexpr std::int32_t border = BrushTipPyramid::border;
+    const auto cut = [](FloatVector place, std::int32_t size) HWY_ATTR {
+        return hn::Min(hn::Max(hn::Sub(place, constant(0.5f)), constant(-2)),
+                       constant(static_cast<float>(size) + 1));
+    };
+    const auto left = cut(x, level.width);
+    const auto top = cut(y, level.height);
+    const auto column = hn::Floor(left);
+    const auto row = hn::Floor(top);
+    const SplineWeights across(hn::Sub(left, column));
+    const SplineWeights down(hn::Sub(top, row));
+    auto place = hn::Add(
+        hn::Mul(hn::Add(hn::ConvertTo(di, row), hn::Set(di, border - 1)), hn::Set(di, level.pitch)),
+        hn::Add(hn::ConvertTo(di, column), hn::Set(di, border - 1)));
+    auto sum = hn::Zero(d);
+    for (const FloatVector weight : {down.first, down.second, down.third, down.fourth}) {
+        const auto* base = reinterpret_cast<const std::int32_t*>(level.bytes.data());
+        const auto four = hn::BitCast(WordTag(), hn::GatherOffset(di, base, place));
+        const auto byte = [&](auto shifted) HWY_ATTR {
+            const auto bits = hn::And(shifted, hn::Set(WordTag(), 0xFFu));
+            return hn::ConvertTo(d, hn::BitCast(di, bits));
+        };
+        auto line = hn::Mul(byte(four), across.first);
+        line = hn::MulAdd(byte(hn::ShiftRight<8>(four)), across.second, line);
+        line = hn::MulAdd(byte(hn::ShiftRight<16>(four)), across.third, line);
+        line = hn::MulAdd(byte(hn::ShiftRight<24>(four)), across.fourth, line);
+        sum = hn::MulAdd(line, weight, sum);
+        place = hn::Add(place, hn::Set(di, level.pitch));
+    }
+    return cutCoverage(hn::Mul(sum, constant(1.0f / 255)));
+}
+
 class TipSampler {
 public:
     TipSampler(const BrushTipPyramid& tip, const DabShape& shape, const BrushPassParams& params)
@@ -66,6 +124,8 @@ public:
         lower_ = static_cast<std::size_t>(level);
         upper_ = std::min(lower_ + 1, levels_.size() - 1);
         mix_ = level - static_cast<float>(lower_);
+        const float enlarged = 1 - std::max(along, across / static_cast<float>(taps_));
+        smoothness_ = std::clamp(2 * enlarged, 0.0f, 1.0f);
         step_ = 1 / (shape.shortRadius * static_cast<float>(taps_));
     }
 
@@ -78,6 +138,10 @@ public:
             const auto y =
                 hn::MulAdd(hn::Add(v, constant(shift)), constant(toPixels_), constant(height_ / 2));
             auto sample = sampleAt(lower_, x, y);
+            if (smoothness_ > 0) {
+                const auto smooth = sampleSmoothly(levels_[0], x, y);
+                sample = hn::MulAdd(hn::Sub(smooth, sample), constant(smoothness_), sample);
+            }
             if (mix_ > 0) {
                 const auto coarser = sampleAt(upper_, x, y);
                 sample = hn::MulAdd(hn::Sub(coarser, sample), constant(mix_), sample);
@@ -103,6 +167,7 @@ private:
     std::size_t lower_;
     std::size_t upper_;
     float mix_;
+    float smoothness_; ///< 1 from twice the image's own size on
 };
 
 inline void coverByTip(const TipSampler& sampler, const DabShape& shape, std::int32_t row,
