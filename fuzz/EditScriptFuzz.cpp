@@ -64,6 +64,9 @@ public:
         states_.resize(++present_);
         states_.push_back(std::move(state));
     }
+    /// Tools want a session.
+    void run(const EditScript::ToolStep&) {}
+    void run(const EditScript::KeyStep&) {}
     void run(const EditScript::UndoStep& step) {
         present_ -= std::min(present_, static_cast<std::size_t>(step.count));
     }

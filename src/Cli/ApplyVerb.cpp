@@ -9,6 +9,7 @@
 #include "Engine/CpuDevice.h"
 #include "Engine/Flattener.h"
 #include "IO/DocumentReader.h"
+#include "Tools/ToolRegistry.h"
 
 #include <CLI/CLI.hpp>
 
@@ -65,12 +66,13 @@ private:
                                                  VerbRun& run) const {
         MainExecutor main;
         CpuDevice device;
-        const auto session = DocumentSession::create({.main = main,
-                                                      .worker = ThreadPool::shared(),
-                                                      .store = run.store(),
-                                                      .device = device,
-                                                      .settings = Settings::shared()},
-                                                     std::move(state), "Open", {}, {});
+        const auto session =
+            DocumentSession::create({.main = main,
+                                     .worker = ThreadPool::shared(),
+                                     .store = run.store(),
+                                     .device = device,
+                                     .settings = Settings::shared()},
+                                    std::move(state), "Open", {}, ToolRegistry::makeTools());
         const auto load = [&](const std::string& path) {
             return loadPicture(path, session->_state->canvas.profile, device, run);
         };

@@ -27,12 +27,28 @@ Parsed parseCommand(const Json& step, std::string_view key) {
     return EditScript::CommandStep{step};
 }
 
+Parsed parseTool(const Json& step, std::string_view key) {
+    const auto name = stringField(step, key);
+    if (!name) return std::unexpected(name.error());
+    return EditScript::ToolStep{step};
+}
+
+Parsed parseKey(const Json& step, std::string_view key) {
+    const auto pressed = objectField(step, key);
+    if (!pressed) return std::unexpected(pressed.error());
+    if (step.size() > 1)
+        return std::unexpected(JsonError{fmt::format("nothing may stand beside \"{}\"", key)});
+    return EditScript::KeyStep{pressed->get()};
+}
+
 struct StepKind {
     std::string_view key;
     Parsed (*parse)(const Json& step, std::string_view key);
 };
 
-constexpr std::array<StepKind, 3> stepKinds{{{"command", parseCommand},
+constexpr std::array<StepKind, 5> stepKinds{{{"command", parseCommand},
+                                             {"tool", parseTool},
+                                             {"key", parseKey},
                                              {"undo", parseCount<EditScript::UndoStep>},
                                              {"redo", parseCount<EditScript::RedoStep>}}};
 

@@ -1,5 +1,6 @@
-// A script of edits, {"steps": [...]}: commands, and undo and redo by a number of steps. Commands
-// stay JSON until their turn, since they name layers of the document as it is then. A value.
+// A script of edits, {"steps": [...]}: commands, tools with what a hand does with them, keys, and
+// undo and redo by a number of steps. Commands, tools and keys stay JSON until their turn, since
+// they name layers of the document as it is then. A value.
 #pragma once
 
 #include "Base/Json.h"
@@ -21,6 +22,17 @@ struct EditScript {
 
         bool operator==(const CommandStep&) const = default;
     };
+    /// The whole step, for those who know tools.
+    struct ToolStep {
+        Json tool;
+
+        bool operator==(const ToolStep&) const = default;
+    };
+    struct KeyStep {
+        Json key; ///< an object
+
+        bool operator==(const KeyStep&) const = default;
+    };
     struct UndoStep {
         std::int64_t count = 1; ///< at least 1
 
@@ -31,11 +43,12 @@ struct EditScript {
 
         bool operator==(const RedoStep&) const = default;
     };
-    using Step = std::variant<CommandStep, UndoStep, RedoStep>;
+    using Step = std::variant<CommandStep, ToolStep, KeyStep, UndoStep, RedoStep>;
 
     std::vector<Step> steps;
 
-    /// Errors name the step by its number, from 1 on. What a command holds is not looked at.
+    /// Errors name the step by its number, from 1 on. What commands, tools and keys
+    /// hold is not looked at.
     static std::expected<EditScript, JsonError> parse(std::string_view text);
 
     /// "step 3: ", and the message: how every error of a step is told.

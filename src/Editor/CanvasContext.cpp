@@ -9,12 +9,6 @@
 
 namespace ombrel {
 
-namespace {
-
-constexpr const char* waitForOperation = "Wait for the current operation to finish.";
-
-} // namespace
-
 ViewTransform CanvasController::viewTransform() const {
     return *session_->_viewTransform;
 }
@@ -27,10 +21,6 @@ void CanvasController::updateViewTransform(const std::function<void(ViewTransfor
     ViewTransform transform = viewTransform();
     change(transform);
     setViewTransform(transform);
-}
-
-const DocumentState& CanvasController::routedState() const {
-    return *session_->_state;
 }
 
 double CanvasController::contentsScale() const {
@@ -68,10 +58,8 @@ std::optional<HitRecord> CanvasController::hitTest(HitKind kind, RealPoint point
     return hitLayer(*session_->_state, kind, point);
 }
 
-// Commands know only the pixels of layers as yet, and must not land there for a mask.
 void CanvasController::perform(const Command& command) {
-    if (session_->maskTarget()) return refuse("Masks can't be edited this way yet.");
-    session_->perform(command);
+    session_->perform(routed(command));
 }
 
 void CanvasController::performInstantly(const Command& command) {
@@ -84,11 +72,11 @@ std::set<LayerID> CanvasController::selectedLayerIDs() const {
 
 void CanvasController::performAfterQueue(const Command& command,
                                          std::move_only_function<void()> then) {
-    session_->perform(command, std::move(then));
+    session_->perform(routed(command), std::move(then));
 }
 
 PixelRect CanvasController::canvasBounds() const {
-    return PixelRect::ofSize(routedState().canvas.size);
+    return PixelRect::ofSize(session_->_state->canvas.size);
 }
 
 bool CanvasController::confirmPerspectiveCrop() {
@@ -113,13 +101,6 @@ std::optional<LayerID> CanvasController::pixelTarget(LayerLocks locks) {
         return std::nullopt;
     }
     return *target;
-}
-
-std::shared_ptr<StrokeHandle> CanvasController::beginStroke(const StrokeStyle& /*style*/,
-                                                            std::string name) {
-    if (pixelTarget(LayerLocks::pixels) && requireIdle())
-        refuse(fmt::format("The {} isn't available yet.", name));
-    return nullptr;
 }
 
 bool CanvasController::preparePixelEdit(LayerLocks locks) {
@@ -164,14 +145,6 @@ bool CanvasController::requireIdle() {
     return false;
 }
 
-void CanvasController::editLive(const Edit& edit) {
-    if (!ownsLive_) {
-        if (!session_->beginLive()) return;
-        ownsLive_ = true;
-    }
-    session_->updateLive(edit);
-}
-
 void CanvasController::previewState(std::optional<DocumentState> state) {
     preview_ = std::move(state);
     if (host_ != nullptr) host_->needsDisplay();
@@ -184,10 +157,6 @@ void CanvasController::commitEdit(std::string name, const Edit& edit) {
 
 void CanvasController::commitLive(std::string name) {
     if (std::exchange(ownsLive_, false)) session_->commitLive(std::move(name));
-}
-
-void CanvasController::cancelLive() {
-    if (std::exchange(ownsLive_, false)) session_->cancelLive();
 }
 
 void CanvasController::beginTransform() {

@@ -8,16 +8,25 @@ namespace ombrel {
 
 std::shared_ptr<CanvasController> CanvasController::create(std::shared_ptr<DocumentSession> session,
                                                            CanvasHost& host, Settings& settings) {
-    auto canvas = std::make_shared<CanvasController>(Private{}, std::move(session), host, settings);
-    canvas->session_->toolContext = canvas;
+    auto canvas =
+        std::make_shared<CanvasController>(Private{}, std::move(session), host, &settings);
+    canvas->connect();
+    return canvas;
+}
+
+std::shared_ptr<CanvasController> CanvasController::create(std::shared_ptr<DocumentSession> session,
+                                                           CanvasHost& host) {
+    auto canvas = std::make_shared<CanvasController>(Private{}, std::move(session), host, nullptr);
     canvas->connect();
     return canvas;
 }
 
 CanvasController::CanvasController(Private /*unused*/, std::shared_ptr<DocumentSession> session,
-                                   CanvasHost& host, Settings& settings)
+                                   CanvasHost& host, Settings* settings)
     : session_(std::move(session)), host_(&host), navigation_(*session_),
-      toolSettings_(session_->tools(), settings), activeLayer_(session_->_state->activeLayerID) {}
+      activeLayer_(session_->_state->activeLayerID) {
+    if (settings != nullptr) toolSettings_.emplace(session_->tools(), *settings);
+}
 
 CanvasController::~CanvasController() {
     close();
@@ -26,7 +35,7 @@ CanvasController::~CanvasController() {
 void CanvasController::close() {
     if (host_ == nullptr) return;
     cancelGesture();
-    cancelLive();
+    cancelLive(); // a stroke that has ended goes on by itself
     connections_.clear();
     // Another canvas may have taken the session over.
     const auto present = session_->toolContext.lock();
@@ -36,6 +45,7 @@ void CanvasController::close() {
 
 void CanvasController::connect() {
     DocumentSession& session = *session_;
+    session.toolContext = weak_from_this();
     connections_.push_back(session._state.onChange([this](const DocumentState& state) {
         keepSelection(state);
         if (host_ != nullptr) host_->needsDisplay();
@@ -99,7 +109,14 @@ void CanvasController::keepSelection(const DocumentState& state) {
 }
 
 const DocumentState& CanvasController::displayState() const {
-    return preview_ ? *preview_ : *session_->_state;
+    if (preview_) return *preview_;
+    if (const auto mask = *session_->_maskViewID) {
+        const auto* state = maskPicture_.stateOf(*session_->_state, *mask, session_->store());
+        if (state != nullptr) return *state;
+    } else {
+        maskPicture_.drop();
+    }
+    return *session_->_state;
 }
 
 ToolCursor CanvasController::cursor() const {

@@ -11,6 +11,8 @@
 #include "Editor/CanvasNavigation.h"
 #include "Editor/CanvasPointer.h"
 #include "Editor/DocumentSession.h"
+#include "Editor/EditRouting.h"
+#include "Editor/StrokeController.h"
 #include "Editor/TemporaryTool.h"
 #include "Editor/ToolSettingsStore.h"
 #include "Tools/MoveTool.h"
@@ -23,14 +25,18 @@
 
 namespace ombrel {
 
-class CanvasController final : public ToolContext {
+class CanvasController final : public ToolContext,
+                               public std::enable_shared_from_this<CanvasController> {
     struct Private {};
 
 public:
     static std::shared_ptr<CanvasController> create(std::shared_ptr<DocumentSession> session,
                                                     CanvasHost& host, Settings& settings);
+    /// Tools keep the settings that they have, and the user's stay as they are.
+    static std::shared_ptr<CanvasController> create(std::shared_ptr<DocumentSession> session,
+                                                    CanvasHost& host);
     CanvasController(Private, std::shared_ptr<DocumentSession> session, CanvasHost& host,
-                     Settings& settings);
+                     Settings* settings);
     ~CanvasController() override;
     /// Drops the gesture in progress and forgets the host. For a view that goes.
     void close();
@@ -103,7 +109,7 @@ public:
     PixelRect canvasBounds() const override;
     bool confirmPerspectiveCrop() override;
     std::optional<LayerID> pixelTarget(LayerLocks locks) override;
-    /// Painting is not there yet: tells so, after the refusals that go before it.
+    /// Waits for strokes that are still being rendered; refused where the session has other work.
     std::shared_ptr<StrokeHandle> beginStroke(const StrokeStyle& style, std::string name) override;
     bool preparePixelEdit(LayerLocks locks) override;
     bool requireIdle() override;
@@ -149,21 +155,33 @@ private:
     void beginPress(const PointerEvent& event);
     bool switchByLetter(char letter);
     bool offersRasterizing(const LayerNode& layer);
+    /// A button was let go without our hearing of it.
+    void endLostGesture();
+
+    // Where edits go (CanvasRouting.cpp).
+    Command routed(const Command& command) const;
+    StrokeStyle styleFor(StrokeStyle style, EditTarget target) const;
+    std::shared_ptr<Executor> renderExecutor();
 
     const std::shared_ptr<DocumentSession> session_;
     CanvasHost* host_; ///< null once closed
     CanvasNavigation navigation_;
-    ToolSettingsStore toolSettings_;
+    std::optional<ToolSettingsStore> toolSettings_;
     CanvasPointer pointer_;
     TemporaryTool temporary_;
     Interceptor interceptor_;
     std::optional<DocumentState> preview_;
-    std::optional<LayerID> activeLayer_; ///< as last seen
+    mutable MaskView maskEditing_{MaskView::Kind::editing}; ///< while a mask receives edits
+    mutable MaskView maskPicture_{MaskView::Kind::picture}; ///< while a mask is shown
+    std::weak_ptr<StrokeController> stroke_;                ///< the last that was begun
+    std::shared_ptr<Executor> ownExecutor_;                 ///< where the host has none
+    std::optional<LayerID> activeLayer_;                    ///< as last seen
 
     ToolModifiers modifiers_; ///< of the keyboard, as last told
     std::optional<Press> press_;
     std::optional<RealPoint> pan_;      ///< where the middle button was last, in view points
     std::optional<PointerEvent> hover_; ///< the last event without a button, while it is over us
+    PointerEvent lastOfPress_;          ///< the last event of the press
     Tool* hoveredTool_ = nullptr;       ///< who was told of the pointer
     Tool* chosenTool_ = nullptr;        ///< the session's, as far as it was told
     bool ownsLive_ = false;             ///< the live edit that is open was begun here

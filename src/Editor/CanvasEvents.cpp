@@ -50,7 +50,7 @@ void CanvasController::pointerDown(const PointerEvent& event) {
         const bool isAgain =
             event.button == (press_ ? PointerButton::primary : PointerButton::middle);
         if (!isAgain) return;
-        cancelGesture();
+        endLostGesture();
     }
     modifiers_ = event.modifiers;
     followTools();
@@ -67,6 +67,7 @@ void CanvasController::beginPress(const PointerEvent& event) {
     if (tool == nullptr) return;
     temporary_.noteUse();
     press_ = Press{tool, temporary_.consumed(modifiers_)};
+    lastOfPress_ = event;
     tool->pointerDown(sampleOf(event), *this);
     if (host_ != nullptr) host_->cursorChanged();
 }
@@ -77,6 +78,7 @@ void CanvasController::pointerDragged(const PointerEvent& event) {
         const RealPoint from = std::exchange(*pan_, event.viewLocation);
         navigation_.panBy({event.viewLocation.x - from.x, event.viewLocation.y - from.y});
     } else if (press_) {
+        lastOfPress_ = event;
         press_->tool->pointerDragged(sampleOf(event), *this);
     }
     tellPointer(pointer_.sampleOf(event, viewTransform(), {}).location);
@@ -99,7 +101,7 @@ void CanvasController::pointerUp(const PointerEvent& event) {
 
 void CanvasController::pointerMoved(const PointerEvent& event) {
     // Without a button there is no gesture: its release went elsewhere, as to a question.
-    if (isGestureActive()) cancelGesture();
+    if (isGestureActive()) endLostGesture();
     hover_ = event;
     if (modifiers_ != event.modifiers) modifiersChanged(event.modifiers);
     followTools();
@@ -125,7 +127,20 @@ void CanvasController::penProximity(bool isNear, PointerDevice device) {
 
 void CanvasController::cancelGesture() {
     pan_.reset();
-    if (const auto press = std::exchange(press_, std::nullopt)) press->tool->cancelGesture(*this);
+    if (const auto press = std::exchange(press_, std::nullopt)) {
+        press->tool->cancelGesture(*this);
+        if (const auto stroke = stroke_.lock()) stroke->cancel();
+    }
+    followTools();
+}
+
+// What was painted until then is kept.
+void CanvasController::endLostGesture() {
+    const auto stroke = stroke_.lock();
+    if (!press_ || !stroke || !stroke->isOpen()) return cancelGesture();
+    press_->tool->pointerUp(sampleOf(lastOfPress_), *this);
+    press_.reset();
+    stroke->end();
     followTools();
 }
 

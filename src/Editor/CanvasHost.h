@@ -2,11 +2,13 @@
 // canvas calls it on the main thread.
 #pragma once
 
+#include "Base/Executor.h"
 #include "Core/Geometry.h"
 #include "Core/PremultipliedColor.h"
 #include "Tools/EyedropperTool.h"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,6 +41,9 @@ public:
     virtual void colorPicked(PaintSlot slot, const PremultipliedColor& color) = 0;
     /// In document coordinates; nothing when the pointer has left.
     virtual void pointerAt(std::optional<RealPoint> point) = 0;
+    /// Where the picture is drawn, which is where strokes are rendered; null: the canvas renders
+    /// them on an executor of its own.
+    virtual std::shared_ptr<Executor> renderExecutor() { return nullptr; }
 };
 
 } // namespace ombrel

@@ -141,6 +141,16 @@ public:
     void commitLive(std::string name, Transform finish = nullptr);
     /// Back to the state at the beginning.
     void cancelLive();
+    /// A live edit that takes a turn in the queue, as a stroke does: until it is committed or
+    /// cancelled, whatever is asked for waits, undo included. `begun` is called when it has begun:
+    /// at once where nothing is queued, else when what is queued is done. False, and nothing will
+    /// be called, during another live edit and where something slow is queued.
+    [[nodiscard]] bool beginLiveInTurn(std::move_only_function<void()> begun);
+    /// Whether a live edit is open that everything else waits for.
+    bool isLiveInTurn() const { return isLiveInTurn_; }
+    /// Whether undo() changes something, now or in its turn.
+    bool takesUndo() const;
+    bool takesRedo() const;
 
     // Layers, view and tools.
 
@@ -159,6 +169,12 @@ public:
     Tool* tool() const; ///< the active one; null where there is none of its kind
     Tool* toolOf(ToolKind kind) const;
     const ToolSet& tools() const { return tools_; }
+
+    // What it stands on.
+
+    Executor& mainExecutor() const { return main_; }
+    TileStore& store() const { return *store_; }
+    PixelDevice& device() const { return device_; }
 
 private:
     using Operation = std::move_only_function<void(DocumentSession&)>;
@@ -190,6 +206,7 @@ private:
     void discard(T value);
 
     // Live edits (DocumentSessionLive.cpp).
+    void openLive();
     void runNextPreview();
     void finishPreview(std::int64_t generation, DocumentState result);
     void runFinish(std::string name, Transform finish, DocumentState base);
@@ -205,13 +222,15 @@ private:
     ToolSet tools_;
     bool isRevertingTool_ = false; ///< while a refused switch of tools is put back
 
-    std::deque<Operation> queue_; ///< not begun yet
+    std::deque<Operation> queue_;     ///< not begun yet
+    std::int64_t slowOperations_ = 0; ///< of all: those that strokes do not wait for
     std::int64_t queuedOperations_ = 0;
 
     std::optional<DocumentState> liveBase_; ///< the state at the beginning of the live edit
     std::int64_t liveGeneration_ = 0;       ///< raised at each beginning and end
     Transform pendingPreview_;              ///< the newest that has not begun
     bool isPreviewRunning_ = false;
+    bool isLiveInTurn_ = false; ///< the live edit is the operation that has begun
 };
 
 /// Runs `work` on the worker, then `answer` with the session and what it returned on the main

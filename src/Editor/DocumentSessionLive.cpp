@@ -11,10 +11,45 @@ namespace ombrel {
 bool DocumentSession::beginLive() {
     checkThread();
     if (*_isLiveEditing || queuedOperations_ != 0) return false;
+    openLive();
+    return true;
+}
+
+void DocumentSession::openLive() {
+    OMBREL_CHECK(!*_isLiveEditing, "there is one live edit at a time");
     liveBase_ = *_state;
     ++liveGeneration_;
     _isLiveEditing = true;
+}
+
+bool DocumentSession::beginLiveInTurn(std::move_only_function<void()> begun) {
+    checkThread();
+    if (*_isLiveEditing && !isLiveInTurn_) return false;
+    if (slowOperations_ > 0) return false;
+    const auto self = shared_from_this();
+    Operation turn = [begun = std::move(begun)](DocumentSession& session) mutable {
+        session.isLiveInTurn_ = true;
+        session.openLive();
+        begun();
+    };
+    if (queuedOperations_ > 0) {
+        enqueue(std::move(turn));
+    } else {
+        ++queuedOperations_;
+        turn(*this);
+        if (queuedOperations_ > 0) _isBusy = true;
+    }
     return true;
+}
+
+bool DocumentSession::takesUndo() const {
+    checkThread();
+    return *_isLiveEditing ? isLiveInTurn_ : _history->canUndo();
+}
+
+bool DocumentSession::takesRedo() const {
+    checkThread();
+    return !*_isLiveEditing && _history->canRedo();
 }
 
 void DocumentSession::previewLive(Transform transform) {
@@ -62,8 +97,12 @@ void DocumentSession::commitLive(std::string name, Transform finish) {
     checkThread();
     if (!*_isLiveEditing) return;
     const auto self = shared_from_this();
+    const bool wasInTurn = std::exchange(isLiveInTurn_, false);
     DocumentState base = endLive();
-    if (finish) {
+    if (finish) ++slowOperations_;
+    if (finish && wasInTurn) {
+        runFinish(std::move(name), std::move(finish), std::move(base));
+    } else if (finish) {
         enqueue([name = std::move(name), finish = std::move(finish),
                  base = std::move(base)](DocumentSession& session) mutable {
             session.runFinish(std::move(name), std::move(finish), std::move(base));
@@ -71,6 +110,7 @@ void DocumentSession::commitLive(std::string name, Transform finish) {
     } else {
         commit(base, *_state, std::move(name), std::nullopt);
         discard(std::move(base));
+        if (wasInTurn) endOperation();
     }
     _isLiveEditing.tell();
 }
@@ -81,6 +121,7 @@ void DocumentSession::runFinish(std::string name, Transform finish, DocumentStat
                                  DocumentSession& session, DocumentState result) mutable {
         session.commit(base, std::move(result), std::move(name), std::nullopt);
         session.discard(std::move(base));
+        --session.slowOperations_;
         session.endOperation();
     });
 }
@@ -89,8 +130,10 @@ void DocumentSession::cancelLive() {
     checkThread();
     if (!*_isLiveEditing) return;
     const auto self = shared_from_this();
+    const bool wasInTurn = std::exchange(isLiveInTurn_, false);
     show(endLive());
     _state.tell();
+    if (wasInTurn) endOperation();
     _isLiveEditing.tell();
     announceDisplay();
 }

@@ -10,6 +10,7 @@ namespace ombrel {
 void DocumentSession::perform(const Command& command) {
     checkThread();
     if (!command.runsOnQueue() && queuedOperations_ < 1) return performNow(command);
+    if (command.runsOnQueue()) ++slowOperations_;
     enqueue([command](DocumentSession& session) { session.runCommand(command); });
 }
 
@@ -85,6 +86,7 @@ void DocumentSession::runCommand(const Command& command) {
             if (progress->isCancelled())
                 outcome.result = std::unexpected(CommandError::of(CommandError::Kind::cancelled));
             session._runningCommand = std::nullopt;
+            if (command.runsOnQueue()) --session.slowOperations_;
             session.finishCommand(command, outcome.result, std::move(outcome.state));
             session.endOperation();
         });

@@ -23,5 +23,7 @@ std::expected<LayerID, std::string> pixelTargetOf(const DocumentState& state,
 
 /// Said where only plain pixels can be written.
 inline constexpr const char* selectPixelLayer = "Select a pixel layer first.";
+/// Said where the session has work that an edit cannot wait for.
+inline constexpr const char* waitForOperation = "Wait for the current operation to finish.";
 
 } // namespace ombrel

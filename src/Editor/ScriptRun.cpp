@@ -1,6 +1,7 @@
 #include "Editor/ScriptRun.h"
 
 #include "Commands/CommandRegistry.h"
+#include "Editor/ScriptCanvas.h"
 
 #include <chrono>
 
@@ -34,17 +35,21 @@ public:
 
 private:
     StepResult runStep(const EditScript::CommandStep& step) {
-        const Decoded<Command> command =
-            decodeCommand(step.command, {.state = *session_._state,
-                                         .store = services_.store,
-                                         .newIDs = newIDs_,
-                                         .loadPicture = services_.loadPicture});
+        const Decoded<Command> command = decodeCommand(step.command, context());
         if (!command) return std::unexpected(command.error().message);
         error_.reset();
         session_.perform(*command);
         waitForQueue(command->name());
         if (error_) return std::unexpected(*error_);
         return {};
+    }
+    StepResult runStep(const EditScript::ToolStep& step) {
+        error_.reset();
+        return ended(canvas().useTool(step.tool, context()), "Painting");
+    }
+    StepResult runStep(const EditScript::KeyStep& step) {
+        error_.reset();
+        return ended(canvas().pressKey(step.key, context()), "Painting");
     }
     StepResult runStep(const EditScript::UndoStep& step) {
         for (std::int64_t i = 0; i < step.count; ++i) {
@@ -59,6 +64,24 @@ private:
             session_.redo();
         }
         return {};
+    }
+
+    DecodingContext context() {
+        return {.state = *session_._state,
+                .store = services_.store,
+                .newIDs = newIDs_,
+                .loadPicture = services_.loadPicture};
+    }
+    ScriptCanvas& canvas() {
+        if (!canvas_) canvas_.emplace(session_.shared_from_this());
+        return *canvas_;
+    }
+    /// The result of a step, once all that it began has ended.
+    StepResult ended(StepResult result, const std::string& name) {
+        waitForQueue(name);
+        if (!result) return result;
+        if (error_) return std::unexpected(*error_);
+        return canvas().refusals();
     }
 
     void waitForQueue(const std::string& name) {
@@ -86,6 +109,7 @@ private:
     std::size_t begun_ = 0;
     LayerIDSource newIDs_{layerSeed};
     std::optional<std::string> error_; ///< of the running step
+    std::optional<ScriptCanvas> canvas_;
 };
 
 } // namespace

@@ -108,8 +108,8 @@ void RenderActor::show(Viewport viewport, DocumentState state) {
     if (request) core_->strand.post([overtaken = std::move(request)] {});
 }
 
-Strand& RenderActor::strand() {
-    return core_->strand;
+std::shared_ptr<Strand> RenderActor::strand() {
+    return {core_, &core_->strand};
 }
 
 } // namespace ombrel

@@ -29,8 +29,8 @@ public:
 
     /// What is to be seen from now on. Never blocks.
     void show(Viewport viewport, DocumentState state);
-    /// For work that must not overlap with drawing.
-    Strand& strand();
+    /// For work that must not overlap with drawing. May be held longer than the actor.
+    std::shared_ptr<Strand> strand();
 
 private:
     struct Core;

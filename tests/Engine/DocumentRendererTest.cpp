@@ -282,7 +282,7 @@ TEST_F(DocumentRendererTest, theActorDeliversTheLastWishExactlyWhileStatesKeepCo
         }
         bool isLast = false;
         actor.show(viewport, state);
-        actor.strand().post([&] { main.post([&] { isLast = true; }); });
+        actor.strand()->post([&] { main.post([&] { isLast = true; }); });
         main.runUntil([&] { return isLast; });
         last.reset(); // what comes from now on shows the last state
         actor.show(viewport, state);

@@ -89,6 +89,9 @@ private:
         colorWasPicked.emit(slot, color);
     }
     void pointerAt(std::optional<RealPoint> point) override { pointerMovedTo.emit(point); }
+    std::shared_ptr<Executor> renderExecutor() override {
+        return actor_ ? actor_->strand() : nullptr;
+    }
 
     void makeSurface(Drawing drawing);
     void awaitProbe();

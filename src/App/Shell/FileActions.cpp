@@ -45,12 +45,10 @@ constexpr WindowAction file[] = {
 };
 
 constexpr WindowAction edit[] = {
-    {"&Edit", "undo", "&Undo", "Ctrl+Z",
-     [](In in) { return in.session.canUndo() && !*in.session._isLiveEditing; },
+    {"&Edit", "undo", "&Undo", "Ctrl+Z", [](In in) { return in.session.takesUndo(); },
      [](In in) { in.session.undo(); },
      [](In in) { return withName("&Undo", in.session.undoName()); }},
-    {"&Edit", "redo", "&Redo", "Ctrl+Shift+Z",
-     [](In in) { return in.session.canRedo() && !*in.session._isLiveEditing; },
+    {"&Edit", "redo", "&Redo", "Ctrl+Shift+Z", [](In in) { return in.session.takesRedo(); },
      [](In in) { in.session.redo(); },
      [](In in) { return withName("&Redo", in.session.redoName()); }},
 };
