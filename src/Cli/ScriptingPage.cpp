@@ -1,6 +1,7 @@
 #include "Cli/ScriptingPage.h"
 
 #include "Commands/CommandRegistry.h"
+#include "Editor/ScriptTools.h"
 
 #include <fmt/core.h>
 
@@ -30,8 +31,9 @@ A script is a JSON file with a list of steps, which are run on a document one af
 `ombrel apply IN SCRIPT.json -o OUT` runs it. A step that fails stops the script with the number of
 the step and the reason, and then nothing is written.
 
-A step is a command with its fields, `{"undo": n}` or `{"redo": n}`. What a command does and which
-fields it has stands below; `ombrel commands` lists them, too. Some habits that all commands share:
+A step is a command with its fields, a tool with what a hand does with it, a key, `{"undo": n}` or
+`{"redo": n}`. What a command does and which fields it has stands below; `ombrel commands` lists them,
+too. Some habits that all commands share:
 
 - **Layers that are there** are named by their identifier, as `ombrel info --json` tells it, by
   `{"name": "Sky"}` where only one layer has that name, or by `{"active": true}`.
@@ -44,8 +46,8 @@ fields it has stands below; `ombrel commands` lists them, too. Some habits that 
 - Numbers that JSON has none for are `"inf"`, `"-inf"` and `"nan"`.
 
 Ready to try: [a warm tint](examples/tint.json), [a group of clipped and copied
-layers](examples/groups.json), [undo and redo](examples/undo.json). A picture from a file becomes a
-layer by
+layers](examples/groups.json), [undo and redo](examples/undo.json), [a painted layer and its
+mask](examples/painting.json). A picture from a file becomes a layer by
 
 ```json
 {"command": "PlaceImageCommand", "pixels": {"file": "logo.png"}, "center": [200, 80]}
@@ -63,6 +65,31 @@ std::string tableOf(const std::vector<FieldDescription>& fields) {
     return text;
 }
 
+constexpr std::string_view tools = R"(
+## Tools
+
+A tool paints as it does under a hand, at a magnification of 100%:
+
+```json
+{
+  "tool": "brush",
+  "options": {"preset": "Hard Round", "size": 12, "opacity": 0.5, "blend": "multiply"},
+  "foreground": "#204080",
+  "seed": 3,
+  "events": [
+    {"type": "down", "x": 20, "y": 30, "pressure": 0.4},
+    {"type": "drag", "x": 60, "y": 45, "pressure": 0.9},
+    {"type": "up", "x": 90, "y": 40, "pressure": 0.6}
+  ]
+}
+```
+
+It works on the active layer, and each stroke becomes an undo step. What a person would be refused, in
+the status line, fails the step in the same words; errors name the event. Scripts know the brushes that
+come with the program, and not those of the user. A key goes to the tool at hand, or chooses another:
+`{"key": {"digit": 5}}`, `{"key": {"character": "e"}}`, `{"key": {"name": "bracketRight"}}`.
+)";
+
 } // namespace
 
 std::string scriptingPage() {
@@ -74,6 +101,11 @@ std::string scriptingPage() {
         const std::vector<FieldDescription> fields = type.fields(kinds);
         if (!fields.empty()) page += tableOf(fields);
     }
+    page += tools;
+    page += "\n### Fields of a tool step\n";
+    page += tableOf(describeFields(Record<ScriptToolStep>::fields(), kinds));
+    page += "\n### Fields of a key\n";
+    page += tableOf(describeFields(Record<ScriptKeyStep>::fields(), kinds));
     page += "\n## Values\n";
     for (const auto& [name, kind] : kinds) {
         page += fmt::format("\n### {}\n\n{}\n", name, kind.description);

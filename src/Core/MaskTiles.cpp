@@ -58,8 +58,8 @@ Contents convertAll(const Cells& cells, TileStore& store, Convert&& convert) {
 } // namespace
 
 float valueOf(const PremultipliedColor& color, float background) {
-    const float luminosity = 0.3f * color.red + 0.59f * color.green + 0.11f * color.blue;
-    const float value = luminosity + (1 - color.alpha) * background;
+    const float luminance = 0.2126f * color.red + 0.7152f * color.green + 0.0722f * color.blue;
+    const float value = luminance + (1 - color.alpha) * background;
     return value > 0 ? std::min(value, 1.0f) : 0; // NaN is nothing
 }
 

@@ -20,7 +20,7 @@ using Cells = std::vector<std::pair<TileCoord, TileCell>>;
 using Contents = std::vector<std::pair<TileCoord, std::optional<TileContent>>>;
 
 /// The value that a colour stands for in a mask whose absent cells have the value `background`:
-/// its luminosity, and the background as far as the colour is transparent. 0 to 1.
+/// its luminance, and the background as far as the colour is transparent. 0 to 1.
 float valueOf(const PremultipliedColor& color, float background);
 PremultipliedColor greyOf(float value);
 

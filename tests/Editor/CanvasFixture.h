@@ -26,6 +26,7 @@ struct RecordingHost final : CanvasHost {
     }
     void colorPicked(PaintSlot /*slot*/, const PremultipliedColor& /*color*/) override {}
     void pointerAt(std::optional<RealPoint> point) override { pointer = point; }
+    std::shared_ptr<Executor> renderExecutor() override { return executor; }
 
     std::vector<std::string> takeLog() { return std::exchange(log, {}); }
 
@@ -33,6 +34,7 @@ struct RecordingHost final : CanvasHost {
     std::vector<CanvasQuestion> questions;
     std::size_t answer = 0;
     std::optional<RealPoint> pointer;
+    std::shared_ptr<Executor> executor; ///< of strokes
     int displays = 0;
     int viewChanges = 0;
 };
@@ -93,6 +95,7 @@ struct CanvasFixture : SessionFixture {
         for (const ToolKind kind : scripted)
             tools[kind] = std::make_unique<ScriptedTool>(kind, events);
         open(std::move(state), std::move(tools));
+        host.executor = {std::shared_ptr<Executor>(), &executors.worker};
         canvas = CanvasController::create(session, host, settings);
         canvas->setViewport({400, 300}, 1);
     }
