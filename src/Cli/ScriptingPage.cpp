@@ -79,7 +79,8 @@ A tool paints as it does under a hand, at a magnification of 100%:
   "events": [
     {"type": "down", "x": 20, "y": 30, "pressure": 0.4},
     {"type": "drag", "x": 60, "y": 45, "pressure": 0.9},
-    {"type": "up", "x": 90, "y": 40, "pressure": 0.6}
+    {"type": "drag", "x": 90, "y": 40, "pressure": 0.6},
+    {"type": "up", "x": 90, "y": 40, "pressure": 0}
   ]
 }
 ```

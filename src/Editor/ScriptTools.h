@@ -284,7 +284,8 @@ template <>
 struct Record<ScriptEvent> {
     static constexpr std::string_view name = "pointer event";
     static constexpr std::string_view description =
-        "A button goes down, drags follow, and it goes up; `move` is without a button.";
+        "A button goes down, drags follow, and it goes up where the last drag was; `move` is "
+        "without a button.";
     static constexpr auto fields() {
         using Event = ScriptEvent;
         return std::tuple(

@@ -183,7 +183,8 @@ void ImageDocument::shouldClose(std::function<void(bool)> answer) {
         });
         return;
     }
-    if (!isEdited()) return answer(true);
+    // A stroke that is still being rendered is an edit as soon as it ends.
+    if (!isEdited() && !session_->isLiveInTurn()) return answer(true);
     services_.dialogs.askToSave(
         window_, displayName(),
         [weak = weak_from_this(), answer = std::move(answer)](Dialogs::SaveAnswer said) {
