@@ -46,6 +46,7 @@ ScriptCanvas::ScriptCanvas(std::shared_ptr<DocumentSession> session)
 
 ScriptCanvas::~ScriptCanvas() {
     canvas_->close();
+    strand_->drain();
 }
 
 void ScriptCanvas::showStatus(const std::string& text) {

@@ -1,7 +1,9 @@
 // A canvas that a script works on: does what a step says with tools and keys as a hand would, one
-// document pixel a view point. It lives on a session as the canvas of a window does. Main thread.
+// document pixel a view point. It lives on a session as the canvas of a window does; when it goes,
+// no stroke of it is being rendered any more. Main thread.
 #pragma once
 
+#include "Base/Strand.h"
 #include "Commands/Coding/Decoder.h"
 #include "Editor/CanvasController.h"
 #include "Editor/CanvasHost.h"
@@ -36,6 +38,7 @@ private:
     std::size_t ask(const CanvasQuestion& question) override;
     void colorPicked(PaintSlot /*slot*/, const PremultipliedColor& /*color*/) override {}
     void pointerAt(std::optional<RealPoint> /*point*/) override {}
+    std::shared_ptr<Executor> renderExecutor() override { return strand_; }
 
     Result prepare(const ScriptToolStep& step, const DecodingContext& context);
     Result chooseLayer(const ScriptToolStep& step);
@@ -44,6 +47,7 @@ private:
     Result send(const ScriptEvent& event);
 
     const std::shared_ptr<DocumentSession> session_;
+    const std::shared_ptr<Strand> strand_ = std::make_shared<Strand>("Script"); ///< of strokes
     const std::shared_ptr<CanvasController> canvas_;
     std::optional<std::string> refusal_;
     bool isRefusal_ = false; ///< the words that come next are one's

@@ -69,15 +69,14 @@ void StrokeController::startQueue(DocumentSession& session, const RoutedGrid& gr
     offset_ = grid.offset;
     StrokeRenderer::Target target = targetOf(*session._state, grid);
     bounds_ = target.bounds;
-    renderer_ = std::make_shared<StrokeRenderer>(session.device(), session.store(),
-                                                 std::move(target), styleFor(offset_));
-    // The closure outlives us while a batch is in flight, and with it all that the batch touches.
-    auto render = [renderer = renderer_, renderOn = plan_.renderOn,
-                   store = session.store().shared_from_this(), hasFailed = false](
-                      std::span<const BrushDab> dabs) mutable -> std::optional<StrokeTiles> {
-        auto tiles = renderer->render(dabs);
+    painting_ = std::shared_ptr<Painting>(
+        new Painting{session.store().shared_from_this(),
+                     {session.device(), session.store(), std::move(target), styleFor(offset_)}});
+    auto render = [painting = painting_, renderOn = plan_.renderOn](
+                      std::span<const BrushDab> dabs) -> std::optional<StrokeTiles> {
+        auto tiles = painting->renderer.render(dabs);
         if (tiles && !tiles->empty()) return *std::move(tiles);
-        if (!tiles && !std::exchange(hasFailed, true))
+        if (!tiles && !std::exchange(painting->hasFailed, true))
             Log::warning("A part of a stroke could not be painted: {}", tiles.error().text());
         return std::nullopt;
     };
@@ -168,7 +167,9 @@ void StrokeController::finishWithCoverage() {
     const auto session = session_.lock();
     postWithAnswer(
         *plan_.renderOn,
-        [renderer = renderer_] { return std::make_shared<const Coverage>(renderer->coverage()); },
+        [painting = painting_] {
+            return std::make_shared<const Coverage>(painting->renderer.coverage());
+        },
         session->mainExecutor(),
         [self = shared_from_this()](const std::shared_ptr<const Coverage>& coverage) {
             const auto present = self->session_.lock();
@@ -192,7 +193,7 @@ void StrokeController::close() {
     queue_.reset();
     early_.clear();
     // Masks of a large stroke take a while to free.
-    if (renderer_) plan_.renderOn->post([renderer = std::move(renderer_)] {});
+    if (painting_) plan_.renderOn->post([painting = std::move(painting_)] {});
 }
 
 } // namespace ombrel

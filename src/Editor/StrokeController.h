@@ -59,6 +59,12 @@ public:
 private:
     using Queue = SegmentQueue<BrushDab, StrokeTiles>;
     using Coverage = std::optional<StrokeCoverage>;
+    /// What a batch in flight works with, whatever becomes of us.
+    struct Painting {
+        std::shared_ptr<TileStore> store;
+        StrokeRenderer renderer;
+        bool hasFailed = false;
+    };
 
     void start();
     void startQueue(DocumentSession& session, const RoutedGrid& grid);
@@ -73,7 +79,7 @@ private:
     Plan plan_;
     PixelOffset offset_; ///< of the grid on the canvas
     PixelRect bounds_;   ///< of the painting, in the grid
-    std::shared_ptr<StrokeRenderer> renderer_;
+    std::shared_ptr<Painting> painting_;
     std::optional<Queue> queue_;  ///< absent before its turn and after its end
     std::vector<BrushDab> early_; ///< that came before its turn
     Finalizer finalizer_;

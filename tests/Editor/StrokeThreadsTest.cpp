@@ -26,8 +26,9 @@ public:
     void needsDisplay() override {
         if (canvas == nullptr) return;
         frame_.reset();
-        actor_.show({.transform = canvas->viewTransform(), .contentsScale = 1},
-                    canvas->displayState());
+        Viewport viewport;
+        viewport.transform = canvas->viewTransform();
+        actor_.show(std::move(viewport), canvas->displayState());
     }
     void needsOverlayDisplay() override {}
     void cursorChanged() override {}
