@@ -51,9 +51,10 @@ HWY_INLINE FloatVector withDab(FloatVector mask, FloatVector coverage, const Dep
 }
 
 template <bool isPower>
-void deposit(const Deposit& rule, const float* coverage, ColumnSpan outer, ColumnSpan inner,
+void deposit(const Deposit& given, const float* coverage, ColumnSpan outer, ColumnSpan inner,
              float* mask) {
     const FloatTag d;
+    const Deposit rule = given; // a copy, which writing the mask cannot change
     const auto lanes = static_cast<std::int32_t>(laneCount());
     const auto lay = [&](ColumnSpan span) HWY_ATTR {
         for (std::int32_t x = span.begin; x < span.end; x += lanes) {
@@ -102,9 +103,11 @@ public:
     /// `x` from 0 to 1.
     HWY_INLINE FloatVector at(FloatVector x) const {
         const FloatTag d;
-        const auto scaled = hn::Min(hn::Mul(x, constant(16)), constant(15.999f));
-        const auto index = hn::ConvertTo(IntTag(), scaled);
-        const auto within = hn::Sub(hn::Mul(x, constant(16)), hn::ConvertTo(d, index));
+        const auto scaled = hn::Mul(x, constant(16));
+        // Rounding takes one instruction, cutting off four; neighbours agree where they meet.
+        const auto index =
+            hn::NearestInt(hn::Min(hn::Sub(scaled, constant(0.5f)), constant(15.25f)));
+        const auto within = hn::Sub(scaled, hn::ConvertTo(d, index));
         const auto indices = hn::IndicesFromVec(d, index);
         const auto coefficient = [&](int i) HWY_ATTR {
             return hn::TableLookupLanes(hn::Load(d, coefficients_[i]), indices);
@@ -193,16 +196,20 @@ void DabRun::overRow(std::int32_t row) {
     }
 }
 
-/// Coverage and deposit in one go, by the table.
+/// Coverage and deposit in one go, by the table. Works on copies, since the compiler takes it that
+/// writing the mask may change them.
 void DabRun::laySoftly(std::int32_t row, ColumnSpan span, float* mask) const {
     const FloatTag d;
-    const DabRow<true> place(shape_, static_cast<float>(row) + 0.5f - shape_.centerY);
-    const float offset = 0.5f - shape_.centerX;
+    const DabShape shape = shape_;
+    const ShareTable shares = shares_;
+    const auto fullPaint = constant(deposit_.paint);
+    const DabRow<true> place(shape, static_cast<float>(row) + 0.5f - shape.centerY);
+    const float offset = 0.5f - shape.centerX;
     for (std::int32_t x = span.begin; x < span.end; x += static_cast<std::int32_t>(laneCount())) {
         const auto slope =
-            SoftForm::placeOnSlope(shape_, place, columnsFrom(static_cast<float>(x) + offset));
-        const auto paint = hn::Mul(fallOff(slope), constant(deposit_.paint));
-        const auto share = hn::Max(shares_.at(slope), hn::Zero(d));
+            SoftForm::placeOnSlope(shape, place, columnsFrom(static_cast<float>(x) + offset));
+        const auto paint = hn::Mul(fallOff(slope), fullPaint);
+        const auto share = hn::Max(shares.at(slope), hn::Zero(d));
         hn::Store(hn::Max(raised(hn::Load(d, mask + x), share), paint), d, mask + x);
     }
 }

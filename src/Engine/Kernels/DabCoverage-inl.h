@@ -245,7 +245,8 @@ struct AliasedForm {
 
 /// Coverage of the columns of a span, which begins and ends at whole vectors; `out` is the row.
 template <typename Form, bool isRound>
-void coverColumns(const DabShape& shape, std::int32_t row, ColumnSpan span, float* out) {
+void coverColumns(const DabShape& given, std::int32_t row, ColumnSpan span, float* out) {
+    const DabShape shape = given; // a copy, which writing `out` cannot change
     const DabRow<isRound> place(shape, static_cast<float>(row) + 0.5f - shape.centerY);
     const float offset = 0.5f - shape.centerX;
     for (std::int32_t x = span.begin; x < span.end; x += static_cast<std::int32_t>(laneCount())) {
@@ -256,7 +257,8 @@ void coverColumns(const DabShape& shape, std::int32_t row, ColumnSpan span, floa
 
 /// The same from a finer raster.
 template <typename Form, bool isRound>
-void coverFinely(const DabShape& shape, std::int32_t row, ColumnSpan span, float* out) {
+void coverFinely(const DabShape& given, std::int32_t row, ColumnSpan span, float* out) {
+    const DabShape shape = given;
     const FloatTag d;
     constexpr std::int32_t mostColumns = 32;
     constexpr std::int32_t mostSubsamples = 16;
