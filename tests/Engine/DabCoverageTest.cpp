@@ -126,7 +126,7 @@ TEST(DabCoverage, isTheMeanOfTheProfileOverEachPixel) {
             mask.lay(dab);
             comparePixels(mask, dab, 60, random, worst);
         }
-        EXPECT_LT(worst.error, 0.015) << worst.where;
+        EXPECT_LT(worst.error, 0.012) << worst.where;
     });
 }
 

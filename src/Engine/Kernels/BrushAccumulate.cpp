@@ -222,9 +222,9 @@ void DabRun::cover(std::int32_t row, ColumnSpan span) {
     case DabForm::curved:
         return coverByForm<CurvedForm>(shape_, row, span, coverage_);
     case DabForm::steep:
-        return coverByForm<EdgeForm<6>>(shape_, row, span, coverage_);
+        return coverByForm<EdgeForm<9>>(shape_, row, span, coverage_);
     case DabForm::edged:
-        return coverByForm<EdgeForm<4>>(shape_, row, span, coverage_);
+        return coverByForm<EdgeForm<6>>(shape_, row, span, coverage_);
     case DabForm::sharp:
         return coverByForm<EdgeForm<1>>(shape_, row, span, coverage_);
     case DabForm::aliased:

@@ -12,7 +12,7 @@ constexpr float pixelReach = 0.75f;
 // Slopes of at least so many pixels have the mean of a pixel in its middle, or need no more than
 // the curvature.
 constexpr float softSlope = 24;
-constexpr float edgedSlope = 1.5f;
+constexpr float edgedSlope = 1.25f;
 constexpr float sharpSlope = 0.02f;
 // Edges count as straight within a pixel from this radius on.
 constexpr float straightRadius = 8;

@@ -28,7 +28,7 @@ enum class DabForm : std::uint8_t {
 
 struct DabShape {
     /// Slopes of at least so many pixels are taken in a pixel's middle, with their curvature.
-    static constexpr float curvedSlope = 3;
+    static constexpr float curvedSlope = 2.75f;
 
     DabForm form = DabForm::soft;
     bool isRound = true;
