@@ -64,6 +64,21 @@ public:
         return place;
     }
 
+    /// The same without fused operations, which not every target has: for decisions, which have to
+    /// be the same everywhere.
+    HWY_INLINE Place exactlyAt(FloatVector dx) const {
+        Place place;
+        if constexpr (isRound) {
+            place.u = hn::Mul(dx, constant(longScale_));
+            place.v = constant(dy_ * longScale_);
+        } else {
+            place.u = hn::Add(hn::Mul(dx, constant(uX_)), constant(dy_ * uY_));
+            place.v = hn::Add(hn::Mul(dx, constant(vX_)), constant(dy_ * vY_));
+        }
+        place.squaredT = hn::Add(square(place.u), square(place.v));
+        return place;
+    }
+
     HWY_INLINE float squaredLongScale() const { return longScale_ * longScale_; }
     HWY_INLINE float squaredShortScale() const { return shortScale_ * shortScale_; }
     /// |gradient of t| squared.
@@ -234,7 +249,7 @@ struct AliasedForm {
     template <bool isRound>
     static HWY_INLINE FloatVector coverage(const DabShape& shape, const DabRow<isRound>& row,
                                            FloatVector dx) {
-        const auto place = row.at(dx);
+        const auto place = row.exactlyAt(dx);
         auto isInside = hn::Le(place.squaredT, constant(shape.aliasedLimit));
         if constexpr (!isRound) {
             // However thin, the long axis is a line without gaps.

@@ -48,9 +48,12 @@ HWY_INLINE FloatVector grainOf(FloatVector cellX, FloatVector cellY, FloatVector
     const auto hash = hashOf(hn::ConvertTo(di, cellX), hn::ConvertTo(di, cellY), seed);
     const auto grainX = hn::Add(cellX, unitOf<0>(hash));
     const auto grainY = hn::Add(cellY, unitOf<8>(hash));
-    const auto density = speckleDensity(
-        hn::Mul(hn::MulAdd(grainX, grainX, square(grainY)), constant(squaredCellsToT)));
-    const auto size = hn::MulAdd(unitOf<16>(hash), constant(0.4f), constant(0.35f));
+    // Not fused, so that a grain lands on every target or on none.
+    const auto squaredDistance = hn::Add(square(grainX), square(grainY));
+    const auto density = speckleDensity(hn::Mul(squaredDistance, constant(squaredCellsToT)));
+    // No grain is seen further than a cell away.
+    const auto size = hn::Min(hn::MulAdd(unitOf<16>(hash), constant(0.4f), constant(0.35f)),
+                              constant(1 - 0.5f / cellSize));
     const auto dx = hn::Sub(x, grainX);
     const auto dy = hn::Sub(y, grainY);
     const auto distance = hn::Sqrt(hn::MulAdd(dx, dx, square(dy)));
@@ -64,7 +67,9 @@ inline void coverBySpeckle(const DabShape& shape, std::int32_t row, ColumnSpan s
     const float cellSize = std::max(shape.grain, 1.0f);
     const float graininess = std::min(shape.grain, 1.0f);
     const float toCells = 1 / cellSize;
-    const float cellsToT = cellSize / shape.longRadius;
+    // Grains end within the dab, where it is not too small for them.
+    const float reach = std::max(shape.longRadius - 0.75f * cellSize - 0.5f, shape.longRadius / 2);
+    const float cellsToT = cellSize / reach;
     const float dy = static_cast<float>(row) + 0.5f - shape.centerY;
     const auto y = constant(dy * toCells);
     const auto cellY = hn::Floor(y);
@@ -84,10 +89,11 @@ inline void coverBySpeckle(const DabShape& shape, std::int32_t row, ColumnSpan s
                 speckled = hn::Max(speckled, grain);
             }
         }
-        const auto density =
-            speckleDensity(hn::Mul(hn::MulAdd(dx, dx, constant(dy * dy)), constant(toT * toT)));
+        const auto squaredT = hn::Mul(hn::Add(square(dx), constant(dy * dy)), constant(toT * toT));
+        const auto density = speckleDensity(squaredT);
         const auto coverage = hn::MulAdd(hn::Sub(speckled, density), constant(graininess), density);
-        hn::StoreU(cutCoverage(coverage), d, out + column);
+        const auto isWithin = hn::Le(squaredT, constant(1));
+        hn::StoreU(hn::IfThenElseZero(isWithin, cutCoverage(coverage)), d, out + column);
     }
 }
 

@@ -179,7 +179,7 @@ inline void coverByTip(const TipSampler& sampler, const DabShape& shape, std::in
         const auto at = place.at(columnsFrom(static_cast<float>(x) + offset));
         auto coverage = sampler.at(at.u, at.v);
         if (shape.isAliased)
-            coverage = hn::IfThenElseZero(hn::Ge(coverage, constant(0.5f)), constant(1));
+            coverage = hn::IfThenElseZero(hn::Ge(coverage, constant(0.4999f)), constant(1));
         hn::StoreU(coverage, d, out + x);
     }
 }
