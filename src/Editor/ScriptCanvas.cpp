@@ -22,9 +22,6 @@ Result check(const ScriptEvent& event, bool isHeld) {
     if (!wantsHeld && isHeld) return fault("the button is held already");
     if (event.pressure && !(*event.pressure >= 0 && *event.pressure <= 1))
         return fault("field \"pressure\" must be from 0 to 1");
-    const bool hasPen = event.deviceUsed() != PointerDevice::mouse;
-    if (!hasPen && (event.pressure || event.tilt))
-        return fault("a mouse has neither pressure nor tilt");
     return {};
 }
 
@@ -108,7 +105,9 @@ Result ScriptCanvas::setOptions(const ScriptToolStep& step, const DecodingContex
             fmt::format("the tool \"{}\" takes no options", descriptionOf(step.tool).identifier));
     Decoder in(context);
     const Decoder::Place place(in, "options");
-    const auto options = ScriptBrush::decode(step.options->json, in, brush->options().get());
+    // A step says all that is special about it; what came before has no part in it.
+    const BrushSettings untouched = BrushTool(step.tool).options().get();
+    const auto options = ScriptBrush::decode(step.options->json, in, untouched);
     if (!options) return fault(options.error().message);
     brush->options().set(options->settings);
     return {};
@@ -133,7 +132,8 @@ Result ScriptCanvas::send(const ScriptEvent& event) {
     canvas_->penProximity(device != PointerDevice::mouse, device);
     const PointerEvent sent{
         .viewLocation = viewPoint(canvas_->viewTransform(), {event.x, event.y}),
-        .isTablet = device != PointerDevice::mouse,
+        // What is written counts, even of a mouse that has no such thing.
+        .isTablet = device != PointerDevice::mouse || event.pressure || event.tilt,
         .pressure = event.pressure.value_or(1),
         .tilt = event.tilt.value_or(RealPoint{}),
         .timestamp = time_,

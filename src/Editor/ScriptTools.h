@@ -294,7 +294,7 @@ struct Record<ScriptEvent> {
             field("y", &Event::y, "where").between(-1e6, 1e6),
             field("device", &Event::device,
                   "a pen where pressure or tilt is given, else a mouse, unless said"),
-            field("pressure", &Event::pressure, "of a pen, 0 to 1; 1 unless given"),
+            field("pressure", &Event::pressure, "0 to 1; 1 unless given"),
             field("tilt", &Event::tilt, "of a pen, -1 to 1 to the right and downward"),
             field("time", &Event::time, "seconds; that of the event before unless given"),
             field("modifiers", &Event::modifiers, "keys that are held").orDefault());
@@ -311,7 +311,9 @@ struct Record<ScriptToolStep> {
             field("tool", &Step::tool, "which"),
             field("layer", &Step::layer, "is made the active one first"),
             field("target", &Step::target, "whether it edits the layer or its mask").orDefault(),
-            field("options", &Step::options, "of brush, pencil and eraser"),
+            field("options", &Step::options,
+                  "of brush, pencil and eraser; what is not named is as it is at first. "
+                  "Without any the tool keeps what it had"),
             field("foreground", &Step::foreground, "the color that is painted with from now on"),
             field("background", &Step::background, "the other one"),
             field("seed", &Step::seed, "of all chance in the stroke").orDefault(),

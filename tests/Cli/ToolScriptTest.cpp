@@ -213,9 +213,8 @@ TEST_F(ToolScript, faultsNameStepAndEventInTheWordsOfTheEditor) {
          "step 1: event 1: no button is held"},
         {R"({"tool": "brush", "events": [{"type": "down", "x": 1, "y": 1}]})",
          "step 1: the button is still held after the last event"},
-        {R"({"tool": "brush", "events": [{"type": "down", "x": 1, "y": 1, "device": "mouse",
-                                          "pressure": 0.5}]})",
-         "step 1: event 1: a mouse has neither pressure nor tilt"},
+        {R"({"tool": "brush", "events": [{"type": "down", "x": 1, "y": 1, "pressure": 2}]})",
+         "step 1: event 1: field \"pressure\" must be from 0 to 1"},
         {R"({"tool": "brush", "events": [{"type": "down", "x": 1e9, "y": 1}]})",
          "step 1: field \"events[0].x\" must be from "},
         {R"({"key": {"name": "escape"}})", "step 1: the key does nothing here"},
@@ -226,6 +225,27 @@ TEST_F(ToolScript, faultsNameStepAndEventInTheWordsOfTheEditor) {
         EXPECT_TRUE(errors.starts_with("ombrel: " + message)) << steps << "\n" << errors;
         EXPECT_EQ(errors.find('\n'), errors.size() - 1);
     }
+}
+
+TEST_F(ToolScript, optionsThatAreNamedAreAllThatDiffersFromTheFirstOnes) {
+    const std::string faint = R"("options": {"size": 20, "opacity": 0.3, "smoothing": 0},)";
+    const auto alone = painted(stroke(100, hard));
+    const auto after = painted(stroke(250, faint) + "," + stroke(100, hard));
+    EXPECT_LT(difference(after.at(200, 100), alone.at(200, 100)), 0.001f);
+    const auto kept = painted(stroke(250, faint) + "," + stroke(100));
+    EXPECT_LT(difference(kept.at(200, 100), kept.at(200, 250)), 0.001f);
+    EXPECT_GT(kept.at(200, 100).red, 0.2f);
+}
+
+TEST_F(ToolScript, aMousePressesAsHardAsIsWritten) {
+    const auto size = [&](std::string_view pressure) {
+        return fmt::format(R"({{"tool": "brush", "options": {{"size": 60, "hardness": 1}},
+            "events": [{{"type": "down", "x": 100, "y": 100, "device": "mouse" {}}},
+                       {{"type": "up", "x": 100, "y": 100, "device": "mouse" {}}}]}})",
+                           pressure, pressure);
+    };
+    EXPECT_LT(painted(size("")).at(120, 100).red, 0.01f);
+    EXPECT_GT(painted(size(R"(, "pressure": 0.5)")).at(120, 100).red, 0.99f);
 }
 
 TEST_F(ToolScript, keysSetTheToolAtHand) {
