@@ -5,6 +5,7 @@
 #include "Commands/AddLayerCommands.h"
 #include "Commands/ArrangeCommands.h"
 #include "Commands/CanvasCommands.h"
+#include "Commands/ClipboardCommands.h"
 #include "Commands/ColorModeCommands.h"
 #include "Commands/DeleteLayersCommand.h"
 #include "Commands/DuplicateLayersCommand.h"
@@ -34,6 +35,8 @@ using AllCommands = CommandTypes<
     ClipLayersCommand,
     DuplicateLayersCommand,
     PasteLayerCommand,
+    PasteLayersCommand,
+    CutLayersCommand,
     PlaceImageCommand,
     ArrangeLayersCommand,
     SetLayerPropertiesCommand,

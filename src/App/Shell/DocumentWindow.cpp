@@ -1,6 +1,7 @@
 #include "App/Shell/DocumentWindow.h"
 
 #include "App/Canvas/CanvasView.h"
+#include "App/Clipboard/Pasting.h"
 #include "App/Look/QtText.h"
 #include "App/Panels/OptionsBar.h"
 #include "App/Panels/PanelCatalog.h"
@@ -14,6 +15,7 @@
 #include "App/Shell/QtPath.h"
 #include "App/Shell/ReportCard.h"
 #include "App/Shell/WindowMenus.h"
+#include "Core/ViewMapping.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -281,12 +283,24 @@ void DocumentWindow::closeEvent(QCloseEvent* event) {
 }
 
 void DocumentWindow::dragEnterEvent(QDragEnterEvent* event) {
-    if (!filesOf(*event->mimeData()).empty()) event->acceptProposedAction();
+    if (canPaste(*event->mimeData())) event->acceptProposedAction();
 }
 
+// Onto the canvas pictures become layers; beside it, or with Control held, files are opened.
 void DocumentWindow::dropEvent(QDropEvent* event) {
+    if (document_ == nullptr || !canPaste(*event->mimeData())) return;
     event->acceptProposedAction();
-    controller_.openFiles(filesOf(*event->mimeData()), this);
+    const QPoint at = canvas_->mapFrom(this, event->position().toPoint());
+    const bool isOnCanvas = canvas_->rect().contains(at);
+    const auto files = filesOf(*event->mimeData());
+    const bool opens = !isOnCanvas || (event->modifiers() & Qt::ControlModifier) != 0;
+    if (!files.empty() && opens) return controller_.openFiles(files, this);
+    PasteTarget target{.canvas = {}, .visible = canvas_->navigation().visibleBounds()};
+    if (isOnCanvas) {
+        target.center = documentPoint(*document_->session()->_viewTransform,
+                                      {static_cast<double>(at.x()), static_cast<double>(at.y())});
+    }
+    paste(*document_, services_, pasteSources(*event->mimeData()), target);
 }
 
 void DocumentWindow::restoreLayout() {

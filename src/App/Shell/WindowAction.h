@@ -38,6 +38,7 @@ std::span<const WindowAction> windowActions();
 // The parts of the table, a file each.
 std::span<const WindowAction> fileActions();
 std::span<const WindowAction> editActions();
+std::span<const WindowAction> clipboardActions();
 std::span<const WindowAction> imageActions();
 std::span<const WindowAction> layerActions();
 std::span<const WindowAction> viewActions();

@@ -7,8 +7,8 @@ namespace ombrel {
 std::span<const WindowAction> windowActions() {
     static const std::vector<WindowAction> all = [] {
         std::vector<WindowAction> joined;
-        for (const auto& part : {fileActions(), editActions(), imageActions(), layerActions(),
-                                 viewActions(), helpActions()})
+        for (const auto& part : {fileActions(), editActions(), clipboardActions(), imageActions(),
+                                 layerActions(), viewActions(), helpActions()})
             joined.insert(joined.end(), part.begin(), part.end());
         return joined;
     }();
