@@ -1,6 +1,20 @@
 #include "Commands/LayerPropertyCommands.h"
 
+#include "Commands/LayerTree.h"
+
+#include <ranges>
+
 namespace ombrel {
+
+namespace {
+
+template <typename Values>
+std::vector<LayerID> keysOf(const Values& values) {
+    const auto keys = std::views::keys(values);
+    return {keys.begin(), keys.end()};
+}
+
+} // namespace
 
 std::optional<std::string> SetLayerPropertiesCommand::coalescingKey() const {
     if (!coalesces) return std::nullopt;
@@ -23,24 +37,23 @@ std::optional<std::string> SetLayersPropertiesCommand::coalescingKey() const {
 }
 
 CommandResult SetLayersPropertiesCommand::apply(DocumentState& state, const CommandContext&) const {
-    for (const auto& [id, value] : properties)
-        state.update(id, [&](LayerNode& node) { node.writeProperties() = value; });
+    LayerTree::updateEach(state, keysOf(properties), [&](LayerNode& node) {
+        node.writeProperties() = properties.at(node.id());
+    });
     return {};
 }
 
 CommandResult SetLayersVisibilityCommand::apply(DocumentState& state, const CommandContext&) const {
-    for (const auto& [id, isVisible] : visibility)
-        state.update(id, [&](LayerNode& node) { node.writeProperties().isVisible = isVisible; });
+    LayerTree::updateEach(state, keysOf(visibility), [&](LayerNode& node) {
+        node.writeProperties().isVisible = visibility.at(node.id());
+    });
     return {};
 }
 
 CommandResult SetClippingCommand::apply(DocumentState& state, const CommandContext&) const {
-    bool isAnyFound = false;
-    for (const LayerID id : layerIDs) {
-        isAnyFound |= state.update(
-            id, [&](LayerNode& node) { node.writeProperties().clipsToBelow = clipped; });
-    }
-    if (!isAnyFound) return std::unexpected(CommandError::of(CommandError::Kind::layerNotFound));
+    const std::size_t count = LayerTree::updateEach(
+        state, layerIDs, [&](LayerNode& node) { node.writeProperties().clipsToBelow = clipped; });
+    if (count == 0) return std::unexpected(CommandError::of(CommandError::Kind::layerNotFound));
     return {};
 }
 

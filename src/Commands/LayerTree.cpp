@@ -36,6 +36,31 @@ bool contains(const LayerNode& node, LayerID id) {
            });
 }
 
+bool holdsAny(const LayerNode& node, const IDSet& named) {
+    if (named.contains(node.id().rawValue)) return true;
+    const GroupLayer* group = node.group();
+    return group != nullptr && std::ranges::any_of(group->children, [&](const LayerNode& child) {
+               return holdsAny(child, named);
+           });
+}
+
+/// Groups that hold none of the named stay shared.
+std::size_t changeEach(std::vector<LayerNode>& nodes, const IDSet& named,
+                       const std::function<void(LayerNode&)>& change) {
+    std::size_t count = 0;
+    for (LayerNode& node : nodes) {
+        if (const GroupLayer* group = node.group()) {
+            const bool holdsSome = std::ranges::any_of(
+                group->children, [&](const LayerNode& child) { return holdsAny(child, named); });
+            if (holdsSome) count += changeEach(node.writeGroup()->children, named, change);
+        }
+        if (!named.contains(node.id().rawValue)) continue;
+        change(node);
+        ++count;
+    }
+    return count;
+}
+
 std::unexpected<CommandError> failure(CommandError::Kind kind) {
     return std::unexpected(CommandError::of(kind));
 }
@@ -102,6 +127,16 @@ std::expected<std::vector<LayerID>, CommandError> move(DocumentState& state,
         nodes.push_back(state.remove(id).value());
     state.insert(std::move(nodes), parent, std::max<std::int64_t>(gap, 0) - below);
     return moved;
+}
+
+std::size_t updateEach(DocumentState& state, std::span<const LayerID> ids,
+                       const std::function<void(LayerNode&)>& change) {
+    IDSet named;
+    for (const LayerID id : ids)
+        named.insert(id.rawValue);
+    const bool holdsSome = std::ranges::any_of(
+        state.root->children, [&](const LayerNode& node) { return holdsAny(node, named); });
+    return holdsSome ? changeEach(state.root.write().children, named, change) : 0;
 }
 
 bool isWithin(const DocumentState& state, LayerID id, LayerID ancestor) {

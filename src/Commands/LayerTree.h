@@ -7,6 +7,7 @@
 #include "Core/DocumentState.h"
 
 #include <expected>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -35,6 +36,10 @@ std::expected<std::vector<LayerID>, CommandError> move(DocumentState& state,
                                                        std::span<const LayerID> ids,
                                                        std::optional<LayerID> parent,
                                                        std::int64_t gap);
+
+/// Changes each of the named nodes that are there, all in one walk; returns how many there were.
+std::size_t updateEach(DocumentState& state, std::span<const LayerID> ids,
+                       const std::function<void(LayerNode&)>& change);
 
 /// Whether `id` is `ancestor` or lies inside it.
 bool isWithin(const DocumentState& state, LayerID id, LayerID ancestor);
