@@ -1,21 +1,15 @@
 #include "App/Panels/LayersPanel.h"
 
-#include "App/PanelFixture.h"
+#include "App/LayersPanelFixture.h"
 #include "App/Panels/BlendModeBox.h"
 #include "App/Panels/LayerActions.h"
-#include "App/Panels/LayerTreeModel.h"
 #include "App/Screenshot.h"
 #include "TestSeed.h"
 
-#include <QDropEvent>
 #include <QLineEdit>
-#include <QMimeData>
 #include <QSlider>
 #include <QSpinBox>
 #include <QTest>
-#include <QToolButton>
-#include <QTreeView>
-#include <algorithm>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <random>
@@ -23,118 +17,6 @@
 namespace ombrel {
 
 namespace {
-
-using Names = std::vector<std::string>;
-
-struct LayersPanelTest : testing::Test {
-    void make(DocumentState state) {
-        fixture.open(std::move(state));
-        panel = std::make_unique<LayersPanel>(fixture.context());
-        view = panel->findChild<QTreeView*>("layerTree");
-        panel->resize(250, 420);
-        panel->show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(panel.get()));
-        fixture.settle();
-    }
-    LayerID id(std::string_view name) const {
-        for (const LayerNode& node : fixture.state().allNodes())
-            if (node.properties().name == name) return node.id();
-        ADD_FAILURE() << name;
-        return {};
-    }
-    const LayerProperties& properties(std::string_view name) const {
-        return fixture.state().find(id(name))->properties();
-    }
-    std::string nameOf(LayerID layer) const {
-        return fixture.state().find(layer)->properties().name;
-    }
-    QModelIndex index(std::string_view name, int column = LayerTreeModel::layerColumn) const {
-        return model().indexOf(id(name), column);
-    }
-    LayerTreeModel& model() const { return *static_cast<LayerTreeModel*>(view->model()); }
-    QPoint place(std::string_view name, int column = LayerTreeModel::layerColumn) const {
-        return view->visualRect(index(name, column)).center();
-    }
-    QPoint eye(std::string_view name) const {
-        return place(name, LayerTreeModel::visibilityColumn);
-    }
-    void click(std::string_view name, Qt::KeyboardModifiers modifiers = {}) {
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, modifiers, place(name));
-        fixture.settle();
-    }
-    void key(int key, Qt::KeyboardModifiers modifiers = {}) {
-        QTest::keyClick(view, static_cast<Qt::Key>(key), modifiers);
-        fixture.settle();
-    }
-    Names chosen() const {
-        Names names;
-        for (const LayerID layer : *fixture.session->_selectedLayerIDs)
-            names.push_back(nameOf(layer));
-        std::ranges::sort(names);
-        return names;
-    }
-    Names chosenRows() const {
-        Names names;
-        for (const QModelIndex& row : view->selectionModel()->selectedRows(1))
-            names.push_back(row.data().toString().toStdString());
-        std::ranges::sort(names);
-        return names;
-    }
-    std::string active() const { return nameOf(*fixture.state().activeLayerID); }
-    /// From the top, with groups' children in brackets.
-    std::string order(const GroupLayer& group) const {
-        std::string text;
-        for (auto node = group.children.rbegin(); node != group.children.rend(); ++node) {
-            text += node->properties().name;
-            if (node->group() != nullptr) text += fmt::format("({})", order(*node->group()));
-        }
-        return text;
-    }
-    std::string order() const { return order(*fixture.state().root); }
-    std::string rowOrder(const QModelIndex& parent = {}) const {
-        std::string text;
-        for (int row = 0; row < view->model()->rowCount(parent); ++row) {
-            const QModelIndex child = view->model()->index(row, 0, parent);
-            text += child.siblingAtColumn(1).data().toString().toStdString();
-            if ((child.flags() & Qt::ItemNeverHasChildren) == 0)
-                text += fmt::format("({})", rowOrder(child));
-        }
-        return text;
-    }
-    /// Drags the chosen rows to a point, as the window system would tell it.
-    void drop(QPoint point) {
-        const std::unique_ptr<QMimeData> data(
-            view->model()->mimeData(view->selectionModel()->selectedIndexes()));
-        const auto actions = Qt::MoveAction | Qt::CopyAction;
-        QDragEnterEvent enter(point, actions, data.get(), Qt::LeftButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(view->viewport(), &enter);
-        QDragMoveEvent move(point, actions, data.get(), Qt::LeftButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(view->viewport(), &move);
-        QDropEvent dropped(point, actions, data.get(), Qt::LeftButton, Qt::NoModifier);
-        dropped.setDropAction(Qt::MoveAction);
-        QCoreApplication::sendEvent(view->viewport(), &dropped);
-        fixture.settle();
-    }
-    std::size_t entries() const { return fixture.historyNames().size(); }
-    std::string lastEntry() const { return fixture.historyNames().back(); }
-
-    PanelFixture fixture;
-    std::unique_ptr<LayersPanel> panel;
-    QTreeView* view = nullptr;
-};
-
-DocumentState letters() {
-    return TestDocument()
-        .layer("A")
-        .layer("B")
-        .group("G")
-        .layer("C")
-        .layer("D")
-        .end()
-        .layer("E")
-        .active()
-        .state();
-}
 
 DocumentState manyLayers(int count) {
     TestDocument document;
@@ -329,10 +211,6 @@ TEST_F(LayersPanelTest, keysAndButtonsAct) {
     key(Qt::Key_Delete);
     EXPECT_EQ(order(), "EG(C)BA");
     click("E");
-    auto press = [&](const char* name) {
-        QTest::mouseClick(panel->findChild<QToolButton*>(name), Qt::LeftButton);
-        fixture.settle();
-    };
     press("clip");
     EXPECT_TRUE(properties("E").clipsToBelow);
     press("lockPixels");

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <charconv>
 #include <fmt/format.h>
+#include <set>
 
 namespace ombrel {
 
@@ -42,6 +43,32 @@ std::string nextName(const DocumentState& state, std::string_view word) {
             highest = std::max(highest, number);
     });
     return fmt::format("{} {}", word, highest + 1);
+}
+
+/// As the panel shows them, read from below.
+std::vector<LayerID> upward(const DocumentState& state) {
+    std::vector<LayerID> ids;
+    walk(*state.root, [&](const LayerNode& node) { ids.push_back(node.id()); });
+    return ids;
+}
+
+void choose(DocumentSession& session, LayerID id, bool extends) {
+    if (*session._isLiveEditing) return;
+    std::set<LayerID> chosen = extends ? *session._selectedLayerIDs : std::set<LayerID>{};
+    if (extends && session._state->activeLayerID) chosen.insert(*session._state->activeLayerID);
+    chosen.insert(id);
+    session._selectedLayerIDs.set(std::move(chosen));
+    session.setActiveLayer(id);
+}
+
+void step(DocumentSession& session, int by, bool extends) {
+    const std::vector<LayerID> ids = upward(*session._state);
+    const auto active = session._state->activeLayerID;
+    const auto found = active ? std::ranges::find(ids, *active) : ids.end();
+    if (found == ids.end()) return;
+    const auto place = std::clamp<std::ptrdiff_t>(found - ids.begin() + by, 0,
+                                                  static_cast<std::ptrdiff_t>(ids.size()) - 1);
+    choose(session, ids[static_cast<std::size_t>(place)], extends);
 }
 
 } // namespace
@@ -121,6 +148,13 @@ void LayerActions::toggleAllLocks(DocumentSession& session) {
     toggleLocks(session, LayerLocks::all);
 }
 
+void LayerActions::arrange(DocumentSession& session,
+                           ArrangeLayersCommand::Arrangement arrangement) {
+    const LayerSelection layers(session);
+    if (layers.canArrange(arrangement))
+        session.perform(ArrangeLayersCommand{layers.ids(), arrangement});
+}
+
 void LayerActions::rasterize(DocumentSession& session) {
     const LayerSelection layers(session);
     if (layers.holdsLive()) session.perform(RasterizeLayersCommand{layers.ids()});
@@ -161,6 +195,38 @@ void LayerActions::stampVisible(DocumentSession& session) {
 
 void LayerActions::flatten(DocumentSession& session) {
     session.perform(FlattenImageCommand{});
+}
+
+void LayerActions::chooseAbove(DocumentSession& session) {
+    step(session, 1, false);
+}
+
+void LayerActions::chooseBelow(DocumentSession& session) {
+    step(session, -1, false);
+}
+
+void LayerActions::extendAbove(DocumentSession& session) {
+    step(session, 1, true);
+}
+
+void LayerActions::extendBelow(DocumentSession& session) {
+    step(session, -1, true);
+}
+
+void LayerActions::chooseTop(DocumentSession& session) {
+    const std::vector<LayerID> ids = upward(*session._state);
+    if (!ids.empty()) choose(session, ids.back(), false);
+}
+
+void LayerActions::chooseBottom(DocumentSession& session) {
+    const std::vector<LayerID> ids = upward(*session._state);
+    if (!ids.empty()) choose(session, ids.front(), false);
+}
+
+void LayerActions::chooseAll(DocumentSession& session) {
+    if (*session._isLiveEditing) return;
+    const std::vector<LayerID> ids = upward(*session._state);
+    session._selectedLayerIDs.set({ids.begin(), ids.end()});
 }
 
 } // namespace ombrel

@@ -2,6 +2,7 @@
 // session's present state and performs it. Main thread only.
 #pragma once
 
+#include "Commands/ArrangeCommands.h"
 #include "Core/Layer.h"
 
 #include <vector>
@@ -26,12 +27,23 @@ void toggleClipping(DocumentSession& session);   ///< releases where all are cli
 /// Sets the locks on all unless all have them, then takes them off.
 void toggleLocks(DocumentSession& session, LayerLocks locks);
 void toggleAllLocks(DocumentSession& session);
+void arrange(DocumentSession& session, ArrangeLayersCommand::Arrangement arrangement);
 void rasterize(DocumentSession& session);
 void merge(DocumentSession& session); ///< as LayerSelection::merge says
 const char* mergeText(const DocumentSession& session);
 void mergeVisible(DocumentSession& session);
 void stampVisible(DocumentSession& session);
 void flatten(DocumentSession& session);
+
+/// The neighbour of the active layer as the panel shows them, groups before what they hold; alone,
+/// or with what is chosen already.
+void chooseAbove(DocumentSession& session);
+void chooseBelow(DocumentSession& session);
+void extendAbove(DocumentSession& session);
+void extendBelow(DocumentSession& session);
+void chooseTop(DocumentSession& session);
+void chooseBottom(DocumentSession& session);
+void chooseAll(DocumentSession& session);
 
 } // namespace LayerActions
 

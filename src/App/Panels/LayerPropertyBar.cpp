@@ -6,6 +6,7 @@
 #include "App/Panels/BlendModeBox.h"
 #include "App/Panels/LayerActions.h"
 #include "App/Panels/LayerSelection.h"
+#include "App/Panels/ScrubLabel.h"
 #include "Editor/DocumentSession.h"
 
 #include <QHBoxLayout>
@@ -13,6 +14,7 @@
 #include <QSlider>
 #include <QSpinBox>
 #include <QToolButton>
+#include <algorithm>
 #include <cmath>
 
 namespace ombrel {
@@ -68,6 +70,7 @@ LayerPropertyBar::LayerPropertyBar(std::shared_ptr<DocumentSession> session, QWi
       blendMode_(new BlendModeBox(this)) {
     buildLocks();
     buildOpacity();
+    buildScrubbing();
     blendMode_->setObjectName(QStringLiteral("blendMode"));
     auto* first = new QHBoxLayout;
     first->setSpacing(Spacing::hair);
@@ -77,6 +80,7 @@ LayerPropertyBar::LayerPropertyBar(std::shared_ptr<DocumentSession> session, QWi
         first->addWidget(lock);
     auto* second = new QHBoxLayout;
     second->setSpacing(Spacing::normal);
+    second->addWidget(label_);
     second->addWidget(slider_, 1);
     second->addWidget(spin_);
     auto* rows = new QVBoxLayout(this);
@@ -126,6 +130,36 @@ void LayerPropertyBar::buildOpacity() {
         widget->setToolTip(QStringLiteral("Opacity"));
         widget->setAccessibleName(QStringLiteral("Opacity"));
     }
+}
+
+void LayerPropertyBar::buildScrubbing() {
+    label_ = new ScrubLabel(QStringLiteral("Opacity"), this);
+    label_->setObjectName(QStringLiteral("opacityLabel"));
+    label_->setBuddy(spin_);
+    label_->onBegin = [this] {
+        scrubbedFrom_ = spin_->value();
+        edit_.begin();
+    };
+    label_->onScrub = [this](double steps) {
+        setOpacity(static_cast<int>(std::lround(std::clamp(scrubbedFrom_ + steps, 0.0, 100.0))));
+    };
+    label_->onEnd = [this] {
+        edit_.commit(opacityEntry);
+        refresh();
+    };
+    label_->onCancel = [this] {
+        edit_.cancel();
+        refresh();
+    };
+}
+
+void LayerPropertyBar::typeOpacity(int digit) {
+    constexpr qint64 quickMilliseconds = 700;
+    const bool isSecond = digit_ && sinceDigit_.elapsed() < quickMilliseconds;
+    const int percent = isSecond ? 10 * *digit_ + digit : digit == 0 ? 100 : 10 * digit;
+    digit_ = isSecond ? std::nullopt : std::optional(digit);
+    sinceDigit_.start();
+    if (!edit_.isOpen()) setOpacity(percent);
 }
 
 void LayerPropertyBar::connectBlendMode() {

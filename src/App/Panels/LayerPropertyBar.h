@@ -5,8 +5,10 @@
 
 #include "App/Panels/LayerPropertyEdit.h"
 
+#include <QElapsedTimer>
 #include <QWidget>
 #include <array>
+#include <optional>
 
 class QSlider;
 class QSpinBox;
@@ -15,6 +17,7 @@ class QToolButton;
 namespace ombrel {
 
 class BlendModeBox;
+class ScrubLabel;
 
 class LayerPropertyBar : public QWidget {
 public:
@@ -23,10 +26,13 @@ public:
 
     /// Shows the active layer's properties.
     void refresh();
+    /// 1 to 9 are tenths of the full opacity, 0 is all of it; two in quick order are a percentage.
+    void typeOpacity(int digit);
 
 private:
     void buildLocks();
     void buildOpacity();
+    void buildScrubbing();
     void connectBlendMode();
     void connectOpacity();
     void setOpacity(int percent);
@@ -36,9 +42,13 @@ private:
     LayerPropertyEdit edit_;
     BlendModeBox* blendMode_;
     std::array<QToolButton*, 4> locks_{};
+    ScrubLabel* label_ = nullptr;
     QSlider* slider_ = nullptr;
     QSpinBox* spin_ = nullptr;
     bool isRefreshing_ = false;
+    double scrubbedFrom_ = 0;
+    std::optional<int> digit_; ///< typed last
+    QElapsedTimer sinceDigit_;
 };
 
 } // namespace ombrel

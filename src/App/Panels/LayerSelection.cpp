@@ -19,15 +19,13 @@ bool isLive(const LayerNode& node) {
 LayerSelection::LayerSelection(const DocumentSession& session)
     : root_(*session._state->root), active_(session._state->activeLayer()) {
     const DocumentState& state = *session._state;
-    const std::set<LayerID>& chosen = *session._selectedLayerIDs;
-    if (chosen.size() > 1 || (chosen.size() == 1 && state.activeLayerID != *chosen.begin()))
-        walk(root_, chosen, false);
+    walk(root_, *session._selectedLayerIDs, false);
     if (places_.empty() && active_ != nullptr) walk(root_, {*state.activeLayerID}, false);
 }
 
 // One walk for all: looking for each of many layers would walk the tree for each.
 void LayerSelection::walk(const GroupLayer& group, const std::set<LayerID>& chosen, bool isInside) {
-    for (std::size_t i = 0; i < group.children.size(); ++i) {
+    for (std::size_t i = 0; i < group.children.size() && places_.size() < chosen.size(); ++i) {
         const LayerNode& node = group.children[i];
         const bool isChosen = chosen.contains(node.id());
         if (const GroupLayer* inner = node.group()) walk(*inner, chosen, isInside || isChosen);

@@ -13,7 +13,11 @@ namespace ombrel {
 
 namespace {
 
-constexpr int mostSamples = 4; ///< along a side of a pixel
+/// Along a side of a pixel that stands for a square of so many pixels of the canvas. Samples far
+/// from each other lie in tiles of their own, each of which may have to be decoded.
+int mostSamples(double step) {
+    return step <= 2 * tileSize ? 4 : step <= 8 * tileSize ? 2 : 1;
+}
 
 /// Neighbouring samples that lie in one tile.
 struct SampleRun {
@@ -71,7 +75,7 @@ struct SampleGround {
 
     static int samplesPerSide(PixelSize canvas, QSize size) {
         const double step = static_cast<double>(canvas.width) / size.width();
-        return std::clamp(static_cast<int>(std::ceil(step)), 1, mostSamples);
+        return std::clamp(static_cast<int>(std::ceil(step)), 1, mostSamples(step));
     }
     std::size_t pixelCount() const {
         return static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height());

@@ -1,5 +1,6 @@
 #include "App/Panels/LayerThumbnails.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -7,14 +8,18 @@ namespace ombrel {
 
 namespace {
 
-constexpr std::chrono::milliseconds pause{50};
+using std::chrono::milliseconds;
+
+constexpr milliseconds shortestPause{50};
+constexpr milliseconds longestPause{2000};
+constexpr int restingShare = 5; ///< times as long as the work took
 
 } // namespace
 
 LayerThumbnails::LayerThumbnails(Executor& main, Executor& worker)
     : main_(main), worker_(worker), self_(std::make_shared<LayerThumbnails*>(this)) {
     pause_.setSingleShot(true);
-    pause_.setInterval(pause);
+    pause_.setInterval(shortestPause);
     QObject::connect(&pause_, &QTimer::timeout, [this] { start(); });
 }
 
@@ -52,6 +57,7 @@ void LayerThumbnails::start() {
     isWorking_ = true;
     worker_.post([wishes = std::exchange(wishes_, {}), &main = main_,
                   weak = std::weak_ptr(self_)]() mutable {
+        const auto began = std::chrono::steady_clock::now();
         for (const Wish& wish : wishes) {
             if (weak.expired()) return;
             main.post([weak, id = wish.node.id(), version = wish.version,
@@ -60,8 +66,10 @@ void LayerThumbnails::start() {
             });
         }
         wishes.clear(); // what nobody else holds by now ends here
-        main.post([weak = std::move(weak)] {
-            if (const auto self = weak.lock()) (*self)->finish();
+        const auto took =
+            std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - began);
+        main.post([weak = std::move(weak), took] {
+            if (const auto self = weak.lock()) (*self)->finish(took);
         });
     });
 }
@@ -74,8 +82,9 @@ void LayerThumbnails::take(LayerID id, std::uint64_t version, LayerThumbnail thu
     if (onReady) onReady(id);
 }
 
-void LayerThumbnails::finish() {
+void LayerThumbnails::finish(milliseconds took) {
     isWorking_ = false;
+    pause_.setInterval(std::clamp(restingShare * took, shortestPause, longestPause));
     if (!wishes_.empty()) pause_.start();
 }
 

@@ -1,12 +1,14 @@
 // The thumbnails of a document's layers, made on a worker a moment after somebody looked at one
 // that is missing or old, all that were looked at together. Until then the old one is shown, so
-// nobody waits. Main thread only.
+// nobody waits. While a layer keeps changing, as under a brush, they rest several times as long as
+// they took. Main thread only.
 #pragma once
 
 #include "App/Panels/LayerThumbnail.h"
 #include "Base/Executor.h"
 
 #include <QTimer>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -45,7 +47,7 @@ private:
 
     void start();
     void take(LayerID id, std::uint64_t version, LayerThumbnail thumbnail);
-    void finish();
+    void finish(std::chrono::milliseconds took);
 
     Executor& main_;
     Executor& worker_;

@@ -19,12 +19,14 @@ bool isSameObject(const LayerNode& a, const LayerNode& b) {
 bool looksAlike(const LayerNode& a, const LayerNode& b) {
     const LayerProperties& before = a.properties();
     const LayerProperties& after = b.properties();
-    const auto isMaskOn = [](const LayerNode& node) {
-        return node.mask() ? static_cast<int>(node.mask()->isEnabled) : -1;
+    const auto maskLook = [](const LayerNode& node) {
+        return node.mask() ? std::optional(std::pair(node.mask()->isEnabled, node.mask()->isLinked))
+                           : std::nullopt;
     };
     return before.name == after.name && before.isVisible == after.isVisible &&
-           before.locks == after.locks && before.clipsToBelow == after.clipsToBelow &&
-           isMaskOn(a) == isMaskOn(b) && a.value.index() == b.value.index();
+           before.locks == after.locks && before.opacity == after.opacity &&
+           before.blendMode == after.blendMode && before.clipsToBelow == after.clipsToBelow &&
+           maskLook(a) == maskLook(b) && a.value.index() == b.value.index();
 }
 
 bool havePicturesAlike(const LayerNode& a, const LayerNode& b) {

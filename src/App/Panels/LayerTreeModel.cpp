@@ -1,8 +1,9 @@
 #include "App/Panels/LayerTreeModel.h"
 
 #include "App/Look/QtText.h"
+#include "App/Panels/LayerMove.h"
 #include "App/Panels/LayerTreeRow.h"
-#include "Commands/ArrangeCommands.h"
+#include "App/Panels/LayerWords.h"
 #include "Commands/DuplicateLayersCommand.h"
 #include "Commands/LayerPropertyCommands.h"
 
@@ -83,33 +84,6 @@ int LayerTreeModel::columnCount(const QModelIndex&) const {
     return columnTotal;
 }
 
-namespace {
-
-QString spokenText(const LayerNode& node, int column) {
-    const LayerProperties& properties = node.properties();
-    const QString text = toQt(properties.name);
-    const auto visibility =
-        properties.isVisible ? QStringLiteral("visible") : QStringLiteral("hidden");
-    if (column == LayerTreeModel::visibilityColumn)
-        return QStringLiteral("%1, %2").arg(text, visibility);
-    QStringList words{text};
-    words += node.group() != nullptr ? QStringLiteral("group") : QStringLiteral("layer");
-    words += visibility;
-    if (properties.locks == LayerLocks::all) {
-        words += QStringLiteral("locked");
-    } else if (properties.locks.rawValue != 0) {
-        words += QStringLiteral("partly locked");
-    }
-    if (properties.clipsToBelow) words += QStringLiteral("clipped");
-    if (node.mask()) {
-        words +=
-            node.mask()->isEnabled ? QStringLiteral("masked") : QStringLiteral("mask turned off");
-    }
-    return words.join(QStringLiteral(", "));
-}
-
-} // namespace
-
 QVariant LayerTreeModel::data(const QModelIndex& index, int role) const {
     const LayerNode* shown = node(index);
     if (shown == nullptr) return {};
@@ -118,11 +92,11 @@ QVariant LayerTreeModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
     case Qt::EditRole:
         return isLayer ? QVariant(toQt(shown->properties().name)) : QVariant();
-    case Qt::ToolTipRole:
-        if (isLayer) return {};
-        return shown->properties().isVisible ? QStringLiteral("Hide") : QStringLiteral("Show");
     case Qt::AccessibleTextRole:
-        return spokenText(*shown, index.column());
+        if (isLayer) return spokenWords(*shown);
+        return QStringLiteral("%1, %2").arg(
+            toQt(shown->properties().name),
+            shown->properties().isVisible ? QStringLiteral("visible") : QStringLiteral("hidden"));
     default:
         return {};
     }
@@ -158,7 +132,7 @@ Qt::DropActions LayerTreeModel::supportedDropActions() const {
 }
 
 QStringList LayerTreeModel::mimeTypes() const {
-    return {QString::fromLatin1(mimeType)};
+    return {QString::fromLatin1(mimeType), QString::fromLatin1(maskMimeType)};
 }
 
 QMimeData* LayerTreeModel::mimeData(const QModelIndexList& indexes) const {
@@ -180,6 +154,17 @@ std::vector<LayerID> LayerTreeModel::draggedLayers(const QMimeData& data) const 
         if (uuid && find({*uuid}) != nullptr) ids.push_back({*uuid});
     }
     return ids;
+}
+
+QMimeData* LayerTreeModel::maskData(LayerID id) {
+    auto* data = new QMimeData; // the drag owns it
+    data->setData(QString::fromLatin1(maskMimeType), QByteArray::fromStdString(id.rawValue.text()));
+    return data;
+}
+
+std::optional<LayerID> LayerTreeModel::draggedMask(const QMimeData& data) {
+    const auto uuid = Uuid::parse(data.data(QString::fromLatin1(maskMimeType)).toStdString());
+    return uuid ? std::optional(LayerID{*uuid}) : std::nullopt;
 }
 
 bool LayerTreeModel::canDropMimeData(const QMimeData* data, Qt::DropAction action, int, int,
@@ -207,8 +192,8 @@ bool LayerTreeModel::dropMimeData(const QMimeData* data, Qt::DropAction action, 
     const std::optional<LayerID> into = isRoot ? std::nullopt : std::optional(target.id);
     if (action == Qt::CopyAction) {
         perform(DuplicateLayersCommand::of(state_, std::move(ids), into, gap));
-    } else {
-        perform(MoveLayersCommand{.layerIDs = std::move(ids), .parent = into, .gap = gap});
+    } else if (const std::optional<Command> move = moveCommand(state_, ids, into, gap)) {
+        perform(*move);
     }
     return true;
 }

@@ -18,7 +18,8 @@ namespace ombrel {
 class LayerTreeModel : public QAbstractItemModel {
 public:
     enum Column { visibilityColumn, layerColumn, columnTotal };
-    static constexpr const char* mimeType = "application/x-ombrel-layers";
+    static constexpr const char* mimeType = "com.ombrel.layer-row";
+    static constexpr const char* maskMimeType = "com.ombrel.layer-mask";
 
     explicit LayerTreeModel(QObject* parent = nullptr);
     ~LayerTreeModel() override;
@@ -54,6 +55,10 @@ public:
     /// top in a group, and below everything where there is no parent.
     bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
                       const QModelIndex& parent) override;
+
+    /// A drag of the layer's mask; the caller owns it.
+    static QMimeData* maskData(LayerID id);
+    static std::optional<LayerID> draggedMask(const QMimeData& data); ///< absent for rows
 
 private:
     struct Row;

@@ -3,14 +3,18 @@
 #include "App/Look/Icons.h"
 #include "App/Look/Theme.h"
 #include "App/Panels/LayerActions.h"
+#include "App/Panels/LayerFilterBar.h"
+#include "App/Panels/LayerMaskActions.h"
+#include "App/Panels/LayerMenu.h"
 #include "App/Panels/LayerPropertyBar.h"
-#include "App/Panels/LayerSelection.h"
 #include "App/Panels/LayerTreeModel.h"
+#include "Commands/LayerPropertyCommands.h"
 #include "Editor/DocumentSession.h"
 
+#include <QGuiApplication>
 #include <QHBoxLayout>
-#include <QItemSelection>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QToolButton>
 #include <algorithm>
@@ -28,9 +32,7 @@ struct PanelKey {
     Action action;
 };
 
-constexpr std::array<PanelKey, 7> panelKeys{{
-    {Qt::Key_Delete, Qt::NoModifier, LayerActions::remove},
-    {Qt::Key_Backspace, Qt::NoModifier, LayerActions::remove},
+constexpr std::array<PanelKey, 5> panelKeys{{
     {Qt::Key_Space, Qt::NoModifier, LayerActions::toggleVisibility},
     {Qt::Key_G, Qt::ControlModifier, LayerActions::group},
     {Qt::Key_G, Qt::ControlModifier | Qt::ShiftModifier, LayerActions::ungroup},
@@ -38,35 +40,60 @@ constexpr std::array<PanelKey, 7> panelKeys{{
     {Qt::Key_J, Qt::ControlModifier, LayerActions::duplicate},
 }};
 
+void addMask(DocumentSession& session) {
+    const bool hides = (QGuiApplication::keyboardModifiers() & Qt::AltModifier) != 0;
+    LayerMaskActions::add(session, hides ? LayerMaskActions::Kind::hiding
+                                         : LayerMaskActions::Kind::revealing);
+}
+
 struct PanelButton {
     const char* objectName;
     const char* words;
     const char* icon;
-    Action action;
+    Action action; ///< null: the panel's own
 };
 
-constexpr std::array<PanelButton, 5> panelButtons{{
+constexpr std::array<PanelButton, 6> panelButtons{{
     {"clip", "Clip to the layer below", "corner-left-down", LayerActions::toggleClipping},
+    {"mask", "Add a mask that shows all, with Alt one that hides all", "mask", addMask},
     {"newGroup", "New group", "folder-plus", LayerActions::addGroup},
     {"newLayer", "New layer", "plus", LayerActions::addLayer},
     {"duplicate", "Duplicate", "copy", LayerActions::duplicate},
-    {"delete", "Delete", "trash-2", LayerActions::remove},
+    {"delete", "Delete", "trash-2", nullptr},
 }};
+
+std::optional<int> digitOf(const QKeyEvent& event) {
+    const Qt::KeyboardModifiers others = event.modifiers() & ~Qt::KeypadModifier;
+    if (others != Qt::NoModifier || event.key() < Qt::Key_0 || event.key() > Qt::Key_9)
+        return std::nullopt;
+    return event.key() - Qt::Key_0;
+}
+
+bool isDelete(const QKeyEvent& event) {
+    return event.modifiers() == Qt::NoModifier &&
+           (event.key() == Qt::Key_Delete || event.key() == Qt::Key_Backspace);
+}
 
 } // namespace
 
 LayersPanel::LayersPanel(const PanelContext& context, QWidget* parent)
     : QWidget(parent), session_(context.session), thumbnails_(context.main, context.worker),
-      eyes_(session_), model_(new LayerTreeModel(this)),
-      bar_(new LayerPropertyBar(session_, this)) {
+      eyes_(session_), alone_(session_), model_(new LayerTreeModel(this)),
+      bar_(new LayerPropertyBar(session_, this)), filterBar_(new LayerFilterBar(this)) {
     buildModel(context.worker);
     buildView();
+    connectView();
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(0, 0, 0, 0);
     rows->setSpacing(0);
+    rows->addWidget(filterBar_);
     rows->addWidget(bar_);
     rows->addWidget(view_, 1);
     rows->addWidget(buildButtons());
+    filterBar_->onChange = [this](const LayerFilter& filter) {
+        filter_ = filter;
+        showFilter();
+    };
     observeSession();
 }
 
@@ -95,6 +122,13 @@ void LayersPanel::buildView() {
     view_->setAccessibleName(QStringLiteral("Layers"));
     view_->setItemDelegate(delegate);
     view_->setContextMenuPolicy(Qt::CustomContextMenu);
+    nothing_ = new QLabel(QStringLiteral("No layer is like that"), view_->viewport());
+    nothing_->setAlignment(Qt::AlignCenter);
+    nothing_->setEnabled(false);
+    nothing_->hide();
+}
+
+void LayersPanel::connectView() {
     view_->onEyesBegin = [this] { eyes_.begin(); };
     view_->onEye = [this](LayerID id, bool isVisible) {
         eyes_.change(std::array{id}, [isVisible](LayerProperties& properties) {
@@ -102,18 +136,22 @@ void LayersPanel::buildView() {
         });
     };
     view_->onEyesEnd = [this] { eyes_.commit("Layer Visibility"); };
-    view_->onPart = [this](LayerID id, LayerDelegate::Part part) { handlePart(id, part); };
+    view_->onAlone = [this](LayerID id) { alone_.toggle(id); };
+    view_->onPart = [this](LayerID id, LayerDelegate::Part part, Qt::KeyboardModifiers modifiers) {
+        handlePart(id, part, modifiers);
+    };
+    view_->onClip = [this](LayerID upper) { toggleClip(upper); };
+    view_->onMaskDrop = [this](LayerID from, LayerID to, bool isCopy) {
+        LayerMaskActions::move(*session_, from, to, isCopy);
+    };
     view_->onKey = [this](const QKeyEvent& event) { return handleKey(event); };
+    view_->wantsKey = [this](const QKeyEvent& event) { return isOurKey(event); };
     connect(view_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] { takeSelection(); });
     connect(view_->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this] { takeSelection(); });
-    connect(view_, &QWidget::customContextMenuRequested, this, [this](QPoint place) {
-        auto* menu = new QMenu(this);
-        menu->setAttribute(Qt::WA_DeleteOnClose);
-        fillMenu(*menu);
-        menu->popup(view_->viewport()->mapToGlobal(place));
-    });
+    connect(view_, &QWidget::customContextMenuRequested, this,
+            [this](QPoint place) { showMenu(place); });
 }
 
 QWidget* LayersPanel::buildButtons() {
@@ -129,18 +167,24 @@ QWidget* LayersPanel::buildButtons() {
         button->setIcon(icon(description.icon));
         button->setToolTip(QLatin1String(description.words));
         button->setAccessibleName(button->toolTip());
-        connect(button, &QToolButton::clicked, this,
-                [this, action = description.action] { action(*session_); });
+        connect(button, &QToolButton::clicked, this, [this, action = description.action] {
+            if (action != nullptr) return action(*session_);
+            removeChosen();
+        });
         layout->addWidget(button);
     }
     clipButton_ = bar->findChild<QToolButton*>(QStringLiteral("clip"));
     clipButton_->setCheckable(true);
+    maskButton_ = bar->findChild<QToolButton*>(QStringLiteral("mask"));
     deleteButton_ = bar->findChild<QToolButton*>(QStringLiteral("delete"));
     return bar;
 }
 
 void LayersPanel::observeSession() {
-    const auto showTarget = [this](const auto&) { view_->viewport()->update(); };
+    const auto showTarget = [this](const auto&) {
+        view_->viewport()->update();
+        refreshControls();
+    };
     connections_.push_back(
         session_->_state.observe([this](const DocumentState& state) { follow(state); }));
     connections_.push_back(session_->_selectedLayerIDs.onChange([this](const auto&) {
@@ -149,124 +193,25 @@ void LayersPanel::observeSession() {
         refreshControls();
     }));
     connections_.push_back(session_->_maskTargetID.onChange(showTarget));
+    connections_.push_back(session_->_maskViewID.onChange(showTarget));
 }
 
-void LayersPanel::follow(const DocumentState& state) {
-    if (state.canvas != canvas_) {
-        canvas_ = state.canvas;
-        thumbnails_.markAllOld();
-        view_->viewport()->update();
-    }
-    isFollowing_ = true;
-    model_->follow(state);
-    isFollowing_ = false;
-    expandNewGroups();
-    chooseActive();
-    showSelection();
-    refreshControls();
-}
-
-void LayersPanel::expandNewGroups() {
-    for (const QPersistentModelIndex& row : std::exchange(newRows_, {})) {
-        if (row.isValid() && model_->node(row)->group() != nullptr) view_->expand(row);
-    }
-}
-
-// What a command made active it also chose, alone.
-void LayersPanel::chooseActive() {
-    const DocumentState& state = *session_->_state;
-    const std::optional<LayerID> active =
-        state.activeLayer() != nullptr ? state.activeLayerID : std::nullopt;
-    std::set<LayerID> chosen;
-    for (const LayerID id : *session_->_selectedLayerIDs) {
-        if (model_->indexOf(id).isValid()) chosen.insert(id);
-    }
-    if (active && (chosen.empty() || (active != activeShown_ && !chosen.contains(*active))))
-        chosen = {*active};
-    isFollowing_ = true;
-    session_->_selectedLayerIDs.set(std::move(chosen));
-    isFollowing_ = false;
-    if (active == activeShown_) return;
-    activeShown_ = active;
-    if (active) view_->scrollTo(model_->indexOf(*active));
-}
-
-std::set<LayerID> LayersPanel::chosenRows() const {
-    std::set<LayerID> chosen;
-    for (const QItemSelectionRange& range : view_->selectionModel()->selection()) {
-        for (int row = range.top(); row <= range.bottom(); ++row)
-            chosen.insert(*model_->id(model_->index(row, 0, range.parent())));
-    }
-    return chosen;
-}
-
-// Neighbours are one range: a selection compares its ranges with each other.
-QItemSelection LayersPanel::selectionOf(const std::set<LayerID>& ids) const {
-    QModelIndexList rows;
-    for (const LayerID id : ids) {
-        const QModelIndex row = model_->indexOf(id, LayerTreeModel::visibilityColumn);
-        if (row.isValid()) rows.push_back(row);
-    }
-    std::ranges::sort(rows, {}, [](const QModelIndex& row) {
-        return std::pair(row.parent().internalId(), row.row());
-    });
-    QItemSelection selection;
-    for (auto first = rows.begin(); first != rows.end();) {
-        auto last = first;
-        while (last + 1 != rows.end() && (last + 1)->row() == last->row() + 1 &&
-               (last + 1)->parent() == last->parent())
-            ++last;
-        selection.select(*first, last->siblingAtColumn(LayerTreeModel::layerColumn));
-        first = last + 1;
-    }
-    return selection;
-}
-
-void LayersPanel::showSelection() {
-    QItemSelection selection;
-    for (const LayerID id : *session_->_selectedLayerIDs) {
-        const QModelIndex row = model_->indexOf(id, LayerTreeModel::visibilityColumn);
-        if (row.isValid()) selection.select(row, row.siblingAtColumn(LayerTreeModel::layerColumn));
-    }
-    const std::optional<LayerID> active = session_->_state->activeLayerID;
-    const QModelIndex current = active ? model_->indexOf(*active) : QModelIndex();
-    QItemSelectionModel& rows = *view_->selectionModel();
-    isFollowing_ = true;
-    if (rows.currentIndex().siblingAtColumn(LayerTreeModel::layerColumn) != current)
-        rows.setCurrentIndex(current, QItemSelectionModel::NoUpdate);
-    // A click that is under way builds on what is selected: that is touched only to be changed.
-    if (chosenRows() != *session_->_selectedLayerIDs)
-        rows.select(selectionOf(*session_->_selectedLayerIDs), QItemSelectionModel::ClearAndSelect);
-    isFollowing_ = false;
-}
-
-void LayersPanel::takeSelection() {
-    if (isFollowing_) return;
-    const std::set<LayerID> chosen = chosenRows();
-    if (chosen.empty() || *session_->_isLiveEditing) return showSelection();
-    isFollowing_ = true;
-    session_->_selectedLayerIDs.set(chosen);
-    isFollowing_ = false;
-    std::optional<LayerID> active = model_->id(view_->currentIndex());
-    if (!active || !chosen.contains(*active)) active = session_->_state->activeLayerID;
-    if (!active || !chosen.contains(*active)) active = *chosen.begin();
-    activeShown_ = active;
-    if (active != session_->_state->activeLayerID) {
-        session_->setActiveLayer(*active);
-    } else {
-        refreshControls();
-    }
-}
-
-void LayersPanel::refreshControls() {
-    bar_->refresh();
-    const LayerSelection layers(*session_);
-    clipButton_->setEnabled(layers.canClip());
-    clipButton_->setChecked(layers.areClipped());
-    deleteButton_->setEnabled(layers.canRemove());
+bool LayersPanel::isOurKey(const QKeyEvent& event) const {
+    return digitOf(event) || isDelete(event) || event.key() == Qt::Key_F2 ||
+           std::ranges::any_of(panelKeys, [&](const PanelKey& key) {
+               return key.key == event.key() && key.modifiers == event.modifiers();
+           });
 }
 
 bool LayersPanel::handleKey(const QKeyEvent& event) {
+    if (const std::optional<int> digit = digitOf(event)) {
+        bar_->typeOpacity(*digit);
+        return true;
+    }
+    if (isDelete(event)) {
+        removeChosen();
+        return true;
+    }
     for (const PanelKey& key : panelKeys) {
         if (key.key != event.key() || key.modifiers != event.modifiers()) continue;
         key.action(*session_);
@@ -275,35 +220,66 @@ bool LayersPanel::handleKey(const QKeyEvent& event) {
     return false;
 }
 
-void LayersPanel::handlePart(LayerID id, LayerDelegate::Part part) {
+void LayersPanel::handlePart(LayerID id, LayerDelegate::Part part,
+                             Qt::KeyboardModifiers modifiers) {
     using Part = LayerDelegate::Part;
-    if (part == Part::mask) session_->_maskTargetID.set(id);
-    if (part == Part::thumbnail) session_->_maskTargetID.set(std::nullopt);
+    const bool isFree = !*session_->_isLiveEditing;
+    if (part == Part::thumbnail) return LayerMaskActions::targetPixels(*session_);
+    if (part == Part::mask && modifiers == Qt::NoModifier)
+        return LayerMaskActions::target(*session_, id);
+    if (!isFree) return;
+    if (part == Part::mask && modifiers == Qt::ShiftModifier)
+        return LayerMaskActions::toggleEnabled(*session_, id);
+    if (part == Part::mask) return LayerMaskActions::toggleView(*session_, id);
+    if (part == Part::link) return LayerMaskActions::toggleLinked(*session_, id);
     if (part != Part::lock) return;
     session_->perform(propertiesCommand(
         *session_->_state, std::array{id},
-        [](LayerProperties& properties) { properties.locks = {}; }, "Unlock Layers", false));
+        [](LayerProperties& properties) { properties.locks = {}; }, "Lock or Unlock Layers",
+        false));
 }
 
-void LayersPanel::fillMenu(QMenu& menu) {
-    const auto add = [&](const char* words, Action action, bool isEnabled = true) {
-        QAction* item =
-            menu.addAction(QLatin1String(words), this, [this, action] { action(*session_); });
-        item->setEnabled(isEnabled);
-    };
-    const LayerSelection layers(*session_);
-    menu.addAction(QStringLiteral("Rename"), this, [this] { renameCurrent(); })
-        ->setEnabled(view_->currentIndex().isValid());
-    add("Duplicate", LayerActions::duplicate);
-    add("Delete", LayerActions::remove, layers.canRemove());
-    menu.addSeparator();
-    add("Group", LayerActions::group);
-    add("Ungroup", LayerActions::ungroup, layers.canUngroup());
-    menu.addSeparator();
-    add(layers.areClipped() ? "Release Clipping Mask" : "Create Clipping Mask",
-        LayerActions::toggleClipping, layers.canClip());
-    add("Show or Hide", LayerActions::toggleVisibility);
-    add("Lock or Unlock", LayerActions::toggleAllLocks);
+// Releasing a layer releases those above it too, which would clip to it otherwise.
+void LayersPanel::toggleClip(LayerID upper) {
+    const DocumentState& state = *session_->_state;
+    const std::optional<DocumentState::Location> place = state.location(upper);
+    if (!place || *session_->_isLiveEditing) return;
+    const std::vector<LayerNode> siblings = state.children(place->parent);
+    const bool clips = !siblings[place->index].properties().clipsToBelow;
+    SetClippingCommand command{.layerIDs = {upper}, .clipped = clips};
+    for (std::size_t i = place->index + 1; !clips && i < siblings.size(); ++i) {
+        if (siblings[i].pixelLayer() == nullptr || !siblings[i].properties().clipsToBelow) break;
+        command.layerIDs.push_back(siblings[i].id());
+    }
+    session_->perform(command);
+}
+
+// The mask where that is what one works on.
+void LayersPanel::removeChosen() {
+    if (session_->maskTarget()) return LayerMaskActions::remove(*session_);
+    LayerActions::remove(*session_);
+}
+
+void LayersPanel::showMenu(QPoint place) {
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    fillLayerMenu(*menu, *session_,
+                  {.rename = [this] { renameCurrent(); },
+                   .showAlone =
+                       [this] {
+                           if (const auto active = session_->_state->activeLayerID)
+                               alone_.toggle(*active);
+                       },
+                   .openGroups = [this](bool areOpen) { openGroups(areOpen); }});
+    menu->popup(view_->viewport()->mapToGlobal(place));
+}
+
+void LayersPanel::openGroups(bool areOpen) {
+    if (areOpen) {
+        view_->expandAll();
+    } else {
+        view_->collapseAll();
+    }
 }
 
 void LayersPanel::renameCurrent() {

@@ -15,6 +15,7 @@
 #include "App/Shell/QtPath.h"
 #include "App/Shell/ReportCard.h"
 #include "App/Shell/WindowMenus.h"
+#include "Base/ThreadPool.h"
 #include "Core/ViewMapping.h"
 
 #include <QApplication>
@@ -81,9 +82,11 @@ void DocumentWindow::makeCanvas() {
 }
 
 std::vector<std::function<void()>> DocumentWindow::pieces() {
-    const PanelContext context{document_->session(), services_.main,   services_.worker,
-                               services_.store,      services_.device, services_.settings,
-                               services_.brushes,    services_.dialogs};
+    // Panels' own work stands back behind the canvas.
+    const PanelContext context{
+        document_->session(), services_.main,   ThreadPool::shared(TaskPriority::utility),
+        services_.store,      services_.device, services_.settings,
+        services_.brushes,    services_.dialogs};
     std::vector<std::function<void()>> pieces;
     for (const PanelDescription& panel : panelCatalog()) {
         pieces.emplace_back([this, context, &panel] {

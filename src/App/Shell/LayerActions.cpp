@@ -1,5 +1,6 @@
 // The menu Layer: what it does is told by LayerActions, when it is possible by LayerSelection.
 #include "App/Panels/LayerActions.h"
+#include "App/Panels/LayerMaskActions.h"
 #include "App/Panels/LayerSelection.h"
 #include "App/Shell/DocumentWindow.h"
 #include "App/Shell/ImageDocument.h"
@@ -49,6 +50,11 @@ constexpr WindowAction turn(const char* identifier, const char* text) {
             }};
 }
 
+/// What the session alone tells.
+template <bool (*holds)(const DocumentSession&)>
+bool tells(In in) {
+    return holds(in.session);
+}
 /// What to do with the session alone.
 template <void (*action)(DocumentSession&)>
 void act(In in) {
@@ -98,6 +104,38 @@ constexpr WindowAction layer[] = {
      act<LayerActions::mergeVisible>},
     {"&Layer", "stampVisible", "&Stamp Visible", "", isFree, act<LayerActions::stampVisible>},
     {"&Layer", "flatten", "Flatten &Image", "", isFree, act<LayerActions::flatten>},
+    {"&Layer", nullptr, nullptr},
+    {"&Layer/Layer &Mask", "addMaskShowing", "&Add, Showing All", "",
+     tells<LayerMaskActions::canAdd>, act<LayerMaskActions::addRevealing>},
+    {"&Layer/Layer &Mask", "addMaskHiding", "Add, &Hiding All", "", tells<LayerMaskActions::canAdd>,
+     act<LayerMaskActions::addHiding>},
+    {"&Layer/Layer &Mask", nullptr, nullptr},
+    {"&Layer/Layer &Mask", "enableMask", "&Enabled", "", tells<LayerMaskActions::hasMask>,
+     act<LayerMaskActions::toggleEnabled>, nullptr, tells<LayerMaskActions::isEnabled>},
+    {"&Layer/Layer &Mask", "linkMask", "&Linked to the Layer", "", tells<LayerMaskActions::hasMask>,
+     act<LayerMaskActions::toggleLinked>, nullptr, tells<LayerMaskActions::isLinked>},
+    {"&Layer/Layer &Mask", "viewMask", "&Show the Mask Itself", "",
+     tells<LayerMaskActions::hasMask>, act<LayerMaskActions::toggleView>, nullptr,
+     tells<LayerMaskActions::isViewed>},
+    {"&Layer/Layer &Mask", nullptr, nullptr},
+    {"&Layer/Layer &Mask", "applyMask", "A&pply", "", tells<LayerMaskActions::canApply>,
+     act<LayerMaskActions::apply>},
+    {"&Layer/Layer &Mask", "deleteMask", "&Delete", "", tells<LayerMaskActions::hasMask>,
+     act<LayerMaskActions::remove>},
+    {"&Layer/Se&lect", "selectLayerAbove", "Layer &Above", "Alt+]", isFree,
+     act<LayerActions::chooseAbove>},
+    {"&Layer/Se&lect", "selectLayerBelow", "Layer &Below", "Alt+[", isFree,
+     act<LayerActions::chooseBelow>},
+    {"&Layer/Se&lect", "extendLayerAbove", "Layer Above as &Well", "Alt+Shift+]", isFree,
+     act<LayerActions::extendAbove>},
+    {"&Layer/Se&lect", "extendLayerBelow", "Layer Below as W&ell", "Alt+Shift+[", isFree,
+     act<LayerActions::extendBelow>},
+    {"&Layer/Se&lect", "selectTopLayer", "&Top Layer", "Alt+.", isFree,
+     act<LayerActions::chooseTop>},
+    {"&Layer/Se&lect", "selectBottomLayer", "B&ottom Layer", "Alt+,", isFree,
+     act<LayerActions::chooseBottom>},
+    {"&Layer/Se&lect", "selectAllLayers", "A&ll Layers", "Ctrl+Alt+A", isFree,
+     act<LayerActions::chooseAll>},
 };
 
 } // namespace
