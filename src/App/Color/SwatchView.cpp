@@ -62,7 +62,24 @@ void SwatchView::startDrag(Qt::DropActions actions) {
     wasDragged_ = false; // the release went to the drag
 }
 
+const std::function<void()>* SwatchView::actionOf(const QKeyEvent& key) const {
+    if (key.modifiers() != Qt::NoModifier) return nullptr;
+    if (key.key() == Qt::Key_Delete && onRemove) return &onRemove;
+    return key.key() == Qt::Key_F2 && onRename ? &onRename : nullptr;
+}
+
+// While the keyboard is here, Delete is not the window's, which deletes layers with it.
+bool SwatchView::event(QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride &&
+        actionOf(static_cast<const QKeyEvent&>(*event)) != nullptr) {
+        event->accept();
+        return true;
+    }
+    return QListView::event(event);
+}
+
 void SwatchView::keyPressEvent(QKeyEvent* event) {
+    if (const auto* action = actionOf(*event)) return (*action)();
     const bool isChoice = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter ||
                           event->key() == Qt::Key_Space;
     if (!isChoice) return QListView::keyPressEvent(event);

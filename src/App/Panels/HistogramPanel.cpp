@@ -36,7 +36,7 @@ constexpr std::array<Choice, 5> channels{{{"luminance", "Luminance"},
                                           {"red", "Red"},
                                           {"green", "Green"},
                                           {"blue", "Blue"}}};
-constexpr std::array<Choice, 2> sources{{{"picture", "Whole picture"}, {"layer", "Active layer"}}};
+constexpr std::array<Choice, 2> sources{{{"picture", "Picture"}, {"layer", "Layer"}}};
 constexpr std::array<Choice, 2> scales{{{"perceptual", "Perceptual"}, {"linear", "Linear"}}};
 
 QComboBox* makeChoice(std::span<const Choice> choices, const char* objectName, const char* name,
@@ -85,7 +85,8 @@ HistogramPanel::~HistogramPanel() = default;
 void HistogramPanel::makeChoices() {
     channel_ =
         makeChoice(channels, "histogramChannel", "Channel", settings_.json(channelKey), this);
-    source_ = makeChoice(sources, "histogramSource", "Of what", settings_.json(sourceKey), this);
+    source_ = makeChoice(sources, "histogramSource", "Of the whole picture or the active layer",
+                         settings_.json(sourceKey), this);
     scale_ = makeChoice(scales, "histogramScale", "Scale", settings_.json(scaleKey), this);
     const auto follow = [this](QComboBox* box, const char* key, auto then) {
         connect(box, &QComboBox::currentIndexChanged, this, [this, box, key, then] {

@@ -102,7 +102,8 @@ void NavigatorView::paintEvent(QPaintEvent* /*event*/) {
     painter.drawRect(area);
     if (view_.viewportSize.width <= 0) return;
     // Twice, so that the frame is seen on every picture.
-    const QPolygonF shown = frame();
+    const QPolygonF within(QRectF(rect()).adjusted(2, 2, -2, -2));
+    const QPolygonF shown = frame().intersected(within);
     painter.setPen(QPen(Theme::color(ThemeColor::edge), 3));
     painter.drawPolygon(shown);
     painter.setPen(QPen(Theme::color(ThemeColor::accent), 1.5));

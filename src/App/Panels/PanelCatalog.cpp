@@ -7,6 +7,7 @@
 #include "App/Panels/InfoPanel.h"
 #include "App/Panels/LayersPanel.h"
 #include "App/Panels/NavigatorPanel.h"
+#include "App/Panels/SwatchesPanel.h"
 
 #include <array>
 
@@ -19,11 +20,12 @@ QWidget* make(const PanelContext& context, QWidget* parent) {
     return new Panel(context, parent); // the parent owns it
 }
 
-constexpr std::array<PanelDescription, 7> panels{{
-    {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, "view", 170},
+constexpr std::array<PanelDescription, 8> panels{{
+    {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, "view", 156},
     {"info", "Info", Qt::RightDockWidgetArea, make<InfoPanel>, "view"},
     {"histogram", "Histogram", Qt::RightDockWidgetArea, make<HistogramPanel>, "view"},
-    {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, "color", 250},
+    {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, "color", 236},
+    {"swatches", "Swatches", Qt::RightDockWidgetArea, make<SwatchesPanel>, "color"},
     {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, "layers"},
     {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>, "layers"},
     {"brushes", "Brushes", Qt::RightDockWidgetArea, make<BrushPanel>, "layers"},

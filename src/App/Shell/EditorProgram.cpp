@@ -16,6 +16,7 @@
 #include "Base/ThreadPool.h"
 #include "Base/XdgFolders.h"
 #include "Editor/BrushPresetStore.h"
+#include "Editor/SwatchLibrary.h"
 #include "Engine/CpuDevice.h"
 
 #include <QMimeDatabase>
@@ -85,6 +86,7 @@ struct Services {
 
 void endServices(const AppServices& services) {
     services.recovery.finish();
+    SwatchLibrary::shared().finish();
     services.recoveryWriter.drain();
     // Failures are told in the log.
     static_cast<void>(services.brushes.flush());
