@@ -6,6 +6,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QListView>
+#include <QMenu>
 #include <QTest>
 #include <gtest/gtest.h>
 #include <random>
@@ -101,6 +102,48 @@ TEST_F(HistoryPanelTest, duringALiveEditTheMarkStaysAtThePresent) {
     fixture.session->cancelLive();
     click(0);
     EXPECT_EQ(list->currentIndex().row(), 0);
+}
+
+TEST_F(HistoryPanelTest, theMenuGoesThereAndTheOtherButtonAloneDoesNot) {
+    for (int i = 1; i <= 3; ++i)
+        fixture.session->perform(mark(i));
+    make();
+    const QPoint place = list->visualRect(list->model()->index(1, 0)).center();
+    QTest::mouseClick(list->viewport(), Qt::RightButton, {}, place);
+    fixture.settle();
+    EXPECT_EQ(fixture.markShown(), 3);
+    Q_EMIT list->customContextMenuRequested(place);
+    auto* menu = panel->findChild<QMenu*>("historyMenu");
+    ASSERT_NE(menu, nullptr);
+    const QList<QAction*> actions = menu->actions();
+    EXPECT_FALSE(actions.back()->isEnabled()) << "there is nothing to redo";
+    actions.front()->trigger();
+    menu->close();
+    fixture.settle();
+    EXPECT_EQ(fixture.markShown(), 1);
+    expectAlike();
+}
+
+TEST_F(HistoryPanelTest, aThousandEntriesAreFollowedByWhatChanged) {
+    fixture.settings.setJson("historyStates", 1000);
+    fixture.open(fixture.state());
+    for (int i = 1; i <= 1100; ++i)
+        fixture.session->perform(mark(i));
+    make();
+    int inserted = 0;
+    int removed = 0;
+    QObject::connect(
+        list->model(), &QAbstractItemModel::rowsInserted, panel.get(),
+        [&](const QModelIndex&, int first, int last) { inserted += last - first + 1; });
+    QObject::connect(list->model(), &QAbstractItemModel::rowsRemoved, panel.get(),
+                     [&](const QModelIndex&, int first, int last) { removed += last - first + 1; });
+    for (int i = 0; i < 20; ++i)
+        fixture.session->perform(mark(i));
+    EXPECT_EQ(inserted, 20);
+    EXPECT_EQ(removed, 20);
+    fixture.session->jump(3);
+    EXPECT_EQ(inserted + removed, 40) << "a jump moves the mark alone";
+    expectAlike();
 }
 
 TEST_F(HistoryPanelTest, thePanelMayGoBeforeTheSession) {

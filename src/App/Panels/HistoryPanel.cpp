@@ -6,6 +6,8 @@
 #include "Editor/DocumentSession.h"
 
 #include <QListView>
+#include <QMenu>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QStyledItemDelegate>
 #include <QTimer>
@@ -46,11 +48,22 @@ public:
     }
 };
 
+/// The other button opens a menu and goes nowhere.
+class HistoryList : public QListView {
+public:
+    using QListView::QListView;
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override {
+        if (event->button() == Qt::LeftButton) QListView::mousePressEvent(event);
+    }
+};
+
 } // namespace
 
 HistoryPanel::HistoryPanel(const PanelContext& context, QWidget* parent)
     : QWidget(parent), session_(context.session), model_(new HistoryListModel(this)),
-      list_(new QListView(this)) {
+      list_(new HistoryList(this)) {
     list_->setObjectName(QStringLiteral("historyList"));
     list_->setAccessibleName(QStringLiteral("History"));
     list_->setModel(model_);
@@ -67,6 +80,9 @@ HistoryPanel::HistoryPanel(const PanelContext& context, QWidget* parent)
             [this](const QModelIndex& row) {
                 if (!isFollowing_ && row.isValid()) jumpTo(row.row());
             });
+    list_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(list_, &QWidget::customContextMenuRequested, this,
+            [this](QPoint place) { showMenu(place); });
     historyChanges_ =
         session_->_history.observe([this](const History& history) { follow(history); });
 }
@@ -93,6 +109,23 @@ void HistoryPanel::jumpTo(int row) {
     // The session may refuse, or go there in its turn: until then the mark stays where it was.
     // Later, since the view is about to make the row that was clicked the current one.
     QTimer::singleShot(0, this, [this] { showPresent(); });
+}
+
+void HistoryPanel::showMenu(QPoint place) {
+    const QModelIndex index = list_->indexAt(place);
+    auto* menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("historyMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const auto add = [&](const QString& words, bool isPossible, auto run) {
+        menu->addAction(words, this, run)->setEnabled(isPossible);
+    };
+    const int row = index.row();
+    add(QStringLiteral("Go to This State"), index.isValid() && row != model_->currentRow(),
+        [this, row] { jumpTo(row); });
+    menu->addSeparator();
+    add(QStringLiteral("Undo"), session_->canUndo(), [this] { session_->undo(); });
+    add(QStringLiteral("Redo"), session_->canRedo(), [this] { session_->redo(); });
+    menu->popup(list_->viewport()->mapToGlobal(place));
 }
 
 } // namespace ombrel

@@ -24,6 +24,7 @@ private:
     void follow(const History& history);
     void showPresent();
     void jumpTo(int row);
+    void showMenu(QPoint place);
 
     std::shared_ptr<DocumentSession> session_;
     HistoryListModel* model_;
