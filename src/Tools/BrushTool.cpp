@@ -191,7 +191,7 @@ void BrushTool::cancelGesture(ToolContext& in) {
     }
     input_.axisLock.reset();
     lastPressure_ = 1;
-    if (std::exchange(stroke_, nullptr)) in.cancelLive();
+    stroke_.reset(); // let go without an end, it is taken back
     in.setNeedsOverlayDisplay();
 }
 

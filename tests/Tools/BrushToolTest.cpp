@@ -123,7 +123,7 @@ TEST_F(BrushToolTest, escapeTakesTheStrokeBack) {
     brush.pointerDown(at(0, 0), canvas);
     brush.pointerDragged(at(30, 0), canvas);
     brush.cancelGesture(canvas);
-    EXPECT_EQ(canvas.log, (Log{"begin Brush Tool", "cancel"}));
+    EXPECT_EQ(canvas.log, (Log{"begin Brush Tool", "cancel stroke"}));
     brush.pointerUp(at(30, 0), canvas);
     EXPECT_EQ(canvas.strokes.back().ends, 0);
     brush.cancelGesture(canvas);

@@ -107,6 +107,9 @@ private:
     public:
         RecordedStroke(FakeToolContext& canvas, std::size_t place)
             : canvas_(canvas), place_(place) {}
+        ~RecordedStroke() override {
+            if (canvas_.strokes[place_].ends == 0) canvas_.log.emplace_back("cancel stroke");
+        }
 
         void extend(std::span<const BrushDab> dabs) override {
             std::vector<BrushDab>& all = canvas_.strokes[place_].dabs;

@@ -31,7 +31,7 @@ namespace ombrel {
 
 namespace {
 
-constexpr int previewHeight = 56;
+constexpr int previewHeight = 48;
 constexpr int titleWidth = 88;
 constexpr int tipTitleWidth = 66;
 constexpr std::array tipNames{"Chalk", "Charcoal", "Spatter", "Bristle", "Dry Brush", "Leaf"};

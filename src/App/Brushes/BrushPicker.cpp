@@ -1,23 +1,20 @@
 #include "App/Brushes/BrushPicker.h"
 
 #include "App/Brushes/BrushChoice.h"
-#include "App/Brushes/BrushPresetGrid.h"
+#include "App/Brushes/BrushList.h"
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
 #include "Editor/BrushPresetStore.h"
 #include "Tools/BrushTool.h"
 
-#include <QFrame>
 #include <QPainter>
 #include <QStyleOption>
-#include <QVBoxLayout>
 
 namespace ombrel {
 
 namespace {
 
 constexpr QSize strokeSize(84, 24);
-constexpr QSize listSize(350, 240);
 
 } // namespace
 
@@ -64,24 +61,7 @@ void BrushPicker::paintEvent(QPaintEvent* event) {
 }
 
 void BrushPicker::open() {
-    list_ = new QFrame(this, Qt::Popup);
-    list_->setAttribute(Qt::WA_DeleteOnClose);
-    list_->setFrameShape(QFrame::StyledPanel);
-    auto* grid = new BrushPresetGrid(
-        context_.brushes, {context_.main, context_.worker, context_.device, context_.store}, list_);
-    const auto used = BrushChoice::presetOf(tool_.options(), context_.brushes);
-    auto* rows = new QVBoxLayout(list_);
-    rows->setContentsMargins(1, 1, 1, 1);
-    rows->addWidget(grid);
-    grid->onChoose = [this, list = list_](const BrushPreset& preset) {
-        BrushChoice::putOn(preset, tool_.options(), context_.brushes);
-        list->close();
-    };
-    list_->resize(listSize);
-    list_->move(mapToGlobal(QPoint(0, height() + 2)));
-    list_->show();
-    if (used) grid->setUsed(used->id);
-    grid->setFocus();
+    (new BrushList(context_, tool_, this))->openAt(mapToGlobal(QPoint(0, height() + 2)));
 }
 
 } // namespace ombrel

@@ -7,11 +7,8 @@
 
 #include <QToolButton>
 
-class QFrame;
-
 namespace ombrel {
 
-class BrushPresetGrid;
 class BrushTool;
 
 class BrushPicker : public QToolButton {
@@ -31,8 +28,7 @@ private:
     PanelContext context_;
     BrushTool& tool_; ///< lives as long as the session
     BrushPreviews previews_;
-    QFrame* list_ = nullptr; ///< while it is open
-    QImage shown_;           ///< until the next is ready
+    QImage shown_; ///< until the next is ready
 };
 
 } // namespace ombrel

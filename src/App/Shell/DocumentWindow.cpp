@@ -1,5 +1,6 @@
 #include "App/Shell/DocumentWindow.h"
 
+#include "App/Brushes/BrushList.h"
 #include "App/Canvas/CanvasView.h"
 #include "App/Clipboard/Pasting.h"
 #include "App/Look/QtText.h"
@@ -17,6 +18,8 @@
 #include "App/Shell/WindowMenus.h"
 #include "Base/ThreadPool.h"
 #include "Core/ViewMapping.h"
+#include "Editor/DocumentSession.h"
+#include "Tools/BrushTool.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -79,14 +82,23 @@ void DocumentWindow::makeCanvas() {
     canvas_->setFocus();
     connections_.push_back(
         canvas_->statusMessage.connect([this](const std::string& text) { showMessage(text); }));
+    connections_.push_back(
+        canvas_->menuRequested.connect([this](QPoint place) { openBrushList(place); }));
+}
+
+PanelContext DocumentWindow::panelContext() {
+    return {document_->session(), services_.main,     services_.worker,  services_.store,
+            services_.device,     services_.settings, services_.brushes, services_.dialogs};
+}
+
+// Who paints looks for another brush where the canvas has no menu.
+void DocumentWindow::openBrushList(QPoint place) {
+    auto* const tool = dynamic_cast<BrushTool*>(document_->session()->tool());
+    if (tool != nullptr) (new BrushList(panelContext(), *tool, canvas_))->openAt(place);
 }
 
 std::vector<std::function<void()>> DocumentWindow::pieces() {
-    // Panels' own work stands back behind the canvas.
-    const PanelContext context{
-        document_->session(), services_.main,   ThreadPool::shared(TaskPriority::utility),
-        services_.store,      services_.device, services_.settings,
-        services_.brushes,    services_.dialogs};
+    const PanelContext context = panelContext();
     std::vector<std::function<void()>> pieces;
     for (const PanelDescription& panel : panelCatalog()) {
         pieces.emplace_back([this, context, &panel] {

@@ -23,6 +23,7 @@ class CanvasView;
 class DocumentController;
 class ImageDocument;
 class ProgressStrip;
+struct PanelContext;
 struct PanelDescription;
 
 class DocumentWindow final : public QMainWindow {
@@ -55,6 +56,8 @@ private:
     void makeCanvas();
     void makeMenus();
     void makeStatusBar();
+    PanelContext panelContext();
+    void openBrushList(QPoint place); ///< on the screen
     std::vector<std::function<void()>> pieces();
     /// The panel in front of the others of its group; null before that one is made.
     QDockWidget* frontOf(const PanelDescription& panel) const;

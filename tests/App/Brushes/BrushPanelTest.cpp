@@ -318,14 +318,19 @@ TEST_F(BrushPanelTest, theBarsBrushOpensAListToChooseFrom) {
     EXPECT_EQ(picker->accessibleName(), "Brush: Own settings");
     QTest::mouseClick(picker, Qt::LeftButton);
     fixture.settle();
-    auto* list = picker->findChild<BrushPresetGrid*>();
+    auto* list = in<BrushPresetGrid>(picker, "brushPresets");
     ASSERT_NE(list, nullptr);
+    auto* size = in<QDoubleSpinBox>(list->parentWidget(), "size");
+    size->selectAll();
+    QTest::keyClicks(size, "64");
+    QTest::keyClick(size, Qt::Key_Return);
+    EXPECT_EQ(options()->size, 64);
     saveScreenshot(*list->parentWidget(), "brush-list");
     list->setCurrentIndex(list->model()->index(2, 0));
     QTest::keyClick(list, Qt::Key_Return);
     fixture.settle();
     EXPECT_EQ(options()->tipImage->id, BuiltInBrushes::tipIDs()[0]);
-    EXPECT_EQ(picker->findChild<BrushPresetGrid*>(), nullptr) << "closed";
+    EXPECT_EQ(picker->findChild<QWidget*>("brushList"), nullptr) << "closed";
     EXPECT_EQ(picker->accessibleName(), "Brush: Chalk");
 }
 
