@@ -43,7 +43,13 @@ constexpr std::array namedKeys{NamedKey{Qt::Key_Return, ToolKey::Named::enter},
                                NamedKey{Qt::Key_Up, ToolKey::Named::up},
                                NamedKey{Qt::Key_Down, ToolKey::Named::down},
                                NamedKey{Qt::Key_BracketLeft, ToolKey::Named::bracketLeft},
-                               NamedKey{Qt::Key_BracketRight, ToolKey::Named::bracketRight}};
+                               NamedKey{Qt::Key_BracketRight, ToolKey::Named::bracketRight},
+                               NamedKey{Qt::Key_BraceLeft, ToolKey::Named::bracketLeft}, // Shift
+                               NamedKey{Qt::Key_BraceRight, ToolKey::Named::bracketRight}};
+
+/// The keys of the row of numbers, 1 to 9 and 0, as X and Wayland number them.
+constexpr quint32 firstOfNumberRow = 10;
+constexpr quint32 lastOfNumberRow = 19;
 
 double secondsOf(const QInputEvent& event) {
     return static_cast<double>(event.timestamp()) / 1000;
@@ -74,6 +80,10 @@ std::optional<ToolKey> CanvasInput::keyOf(const QKeyEvent& event) {
     if (named != namedKeys.end()) return ToolKey::named(named->named);
     if (event.key() >= Qt::Key_0 && event.key() <= Qt::Key_9)
         return ToolKey::digit(event.key() - Qt::Key_0);
+    // With Shift held they type other characters; on some keyboards without it, too.
+    const quint32 place = event.nativeScanCode();
+    if (place >= firstOfNumberRow && place <= lastOfNumberRow)
+        return ToolKey::digit(static_cast<int>(place - firstOfNumberRow + 1) % 10);
     // With Control held the text is a control character: then the key itself is told.
     if (event.key() >= Qt::Key_A && event.key() <= Qt::Key_Z &&
         (event.text().isEmpty() || !event.text().front().isPrint()))

@@ -53,12 +53,16 @@ TEST_F(BrushWindowTest, keysOnTheCanvasSetTheBrush) {
     EXPECT_DOUBLE_EQ(tool().options()->hardness, 0.55);
     QTest::keyClick(&canvas(), Qt::Key_4);
     EXPECT_DOUBLE_EQ(tool().options()->opacity, 0.4);
+    QKeyEvent dollar(QEvent::KeyPress, Qt::Key_Dollar, Qt::ShiftModifier, 13, 0, 0, "$");
+    QApplication::sendEvent(&canvas(), &dollar);
+    EXPECT_DOUBLE_EQ(tool().options()->flow, 0.44) << "a second 4, with Shift";
+    EXPECT_DOUBLE_EQ(tool().options()->opacity, 0.4);
     const QPoint at = canvas().rect().center();
     const auto both = Qt::AltModifier | Qt::MetaModifier;
     QTest::mousePress(&canvas(), Qt::LeftButton, both, at);
     QTest::mouseMove(&canvas(), at + QPoint(0, 15));
     QTest::mouseRelease(&canvas(), Qt::LeftButton, both, at + QPoint(0, 15));
-    EXPECT_NEAR(tool().options()->hardness, 0.45, 1e-9);
+    EXPECT_NEAR(tool().options()->hardness, 0.45, 0.01);
 }
 
 TEST_F(BrushWindowTest, settingsAndTipsOutliveTheProgram) {
