@@ -87,8 +87,10 @@ void DocumentWindow::makeCanvas() {
 }
 
 PanelContext DocumentWindow::panelContext() {
-    return {document_->session(), services_.main,     services_.worker,  services_.store,
-            services_.device,     services_.settings, services_.brushes, services_.dialogs};
+    // Panels' own work stands back behind the canvas.
+    return {document_->session(), services_.main,   ThreadPool::shared(TaskPriority::utility),
+            services_.store,      services_.device, services_.settings,
+            services_.brushes,    services_.dialogs};
 }
 
 // Who paints looks for another brush where the canvas has no menu.
