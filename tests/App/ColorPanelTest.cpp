@@ -3,7 +3,6 @@
 
 #include "App/Color/ColorEditor.h"
 #include "App/Color/ColorTrack.h"
-#include "App/Color/ScrubLabel.h"
 #include "App/Color/SwatchView.h"
 #include "App/Look/Theme.h"
 #include "App/PanelFixture.h"
@@ -13,6 +12,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QSpinBox>
 #include <QTest>
@@ -156,10 +156,10 @@ TEST_F(ColorPanelTest, squareWheelTracksAndNamesAreDragged) {
                      Qt::NoButton, Qt::LeftButton, {});
     QApplication::sendEvent(name, &drag);
     QTest::mouseRelease(name, Qt::LeftButton, {}, {44, 4});
-    EXPECT_EQ(number("red"), 120);
+    EXPECT_EQ(number("red"), 140);
     auto* track = red->findChild<QSlider*>();
     QTest::keyClick(track, Qt::Key_Left);
-    EXPECT_EQ(number("red"), 119);
+    EXPECT_EQ(number("red"), 139);
     QTest::keyClick(track, Qt::Key_End);
     EXPECT_EQ(painted(), "FFC832");
 }

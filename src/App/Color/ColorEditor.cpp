@@ -1,10 +1,10 @@
 #include "App/Color/ColorEditor.h"
 
 #include "App/Color/ColorTrack.h"
-#include "App/Color/ScrubLabel.h"
 #include "App/Look/Icons.h"
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
+#include "App/Panels/ScrubLabel.h"
 #include "Base/Settings.h"
 
 #include <QHBoxLayout>
@@ -121,9 +121,9 @@ void ColorEditor::makeRow(ColorComponent component) {
     track->onMove = take;
     track->onRelease = [this] { chosen(); };
     label->onBegin = [this, label, take, component] {
-        label->onScrub = [take, start = std::round(componentOf(color_, component))](int steps) {
-            take(start + steps);
-        };
+        const double start = std::round(componentOf(color_, component));
+        label->onScrub = [take, start](double steps) { take(start + std::round(steps)); };
+        label->onCancel = [take, start] { take(start); };
     };
     label->onEnd = [this] { chosen(); };
     connect(number, &QSpinBox::valueChanged, this, [this, take](int value) {
