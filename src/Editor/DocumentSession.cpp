@@ -107,22 +107,28 @@ void DocumentSession::commit(const DocumentState& before, DocumentState next, st
 
 void DocumentSession::undoNow() {
     if (*_isLiveEditing || !_history->canUndo()) return;
-    show(_history.updateQuietly([](History& history) { return *history.undo(); }));
+    travelTo(_history.updateQuietly([](History& history) { return *history.undo(); }));
     announceMove(ChangeType::undone, 1);
 }
 
 void DocumentSession::redoNow() {
     if (*_isLiveEditing || !_history->canRedo()) return;
-    show(_history.updateQuietly([](History& history) { return *history.redo(); }));
+    travelTo(_history.updateQuietly([](History& history) { return *history.redo(); }));
     announceMove(ChangeType::redone, 1);
 }
 
 void DocumentSession::jumpNow(std::int64_t index) {
     if (*_isLiveEditing) return;
     const std::int64_t before = _history->currentIndex();
-    show(_history.updateQuietly([&](History& history) { return history.jump(index); }));
+    travelTo(_history.updateQuietly([&](History& history) { return history.jump(index); }));
     const std::int64_t steps = _history->currentIndex() - before;
     announceMove(steps < 0 ? ChangeType::undone : ChangeType::redone, std::abs(steps));
+}
+
+// What only the history holds from now on can go cold at once, as after a commit.
+void DocumentSession::travelTo(DocumentState next) {
+    TileStore::compress(_state->tilesNotIn(next));
+    show(std::move(next));
 }
 
 // Puts a state in place, unheard.

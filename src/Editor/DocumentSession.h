@@ -198,6 +198,7 @@ private:
     void undoNow();
     void redoNow();
     void jumpNow(std::int64_t index);
+    void travelTo(DocumentState next);
     void show(DocumentState next);
     void announceMove(ChangeType change, std::int64_t count);
     void announceChange();
