@@ -8,6 +8,7 @@
 #include "Engine/CompositeRecords.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace ombrel {
@@ -18,6 +19,8 @@ struct BrushBatch {
     BrushPassParams params;
     TileFormat format = TileFormat::rgba16Float; ///< of originals and outputs
     std::span<const GPUBrushTile> tiles;
+    /// A flag a tile: its mask has never been written, and the device zeroes it first.
+    std::span<const std::uint8_t> isFresh;
     std::span<const GPUDab> dabs; ///< tile after tile
     std::span<const GPUBrushApplyTile> applyTiles;
     /// The output of each tile's last batch, or null. A device may copy from it what the dabs of

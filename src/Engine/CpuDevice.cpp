@@ -8,6 +8,7 @@
 #include "Engine/Kernels/Decimate.h"
 #include "Engine/Kernels/Downsample.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 
@@ -98,6 +99,7 @@ std::expected<void, EngineError> CpuDevice::sample(std::span<const SampleJob> jo
 // on its own place in the mask only.
 std::expected<void, EngineError> CpuDevice::paint(const BrushBatch& batch) {
     OMBREL_CHECK(batch.tiles.size() == batch.applyTiles.size(), "each tile has both its records");
+    OMBREL_CHECK(batch.tiles.size() == batch.isFresh.size(), "each mask is fresh or not");
     const Kernels::BrushApplyPlan plan(batch);
     const std::size_t blocks = batch.tiles.size() < enoughTiles ? tileSize / rowsOfBlock : 1;
     const auto rows = static_cast<std::uint32_t>(tileSize / static_cast<std::int64_t>(blocks));
@@ -106,6 +108,10 @@ std::expected<void, EngineError> CpuDevice::paint(const BrushBatch& batch) {
         const std::uint32_t firstRow = static_cast<std::uint32_t>(item % blocks) * rows;
         std::array<Kernels::ColumnSpan, tileSize> spans{};
         const std::span touched(spans.data(), rows);
+        if (batch.isFresh[tile] != 0) {
+            auto* mask = reinterpret_cast<float*>(batch.tiles[tile].mask);
+            std::fill_n(mask + firstRow * tileSize, rows * tileSize, 0.0f);
+        }
         Kernels::accumulateRows({.params = &batch.params,
                                  .tile = &batch.tiles[tile],
                                  .dabs = batch.dabs,

@@ -18,15 +18,19 @@ StrokeMasks::~StrokeMasks() {
         store_.recycleBuffer(std::move(buffer));
 }
 
-float* StrokeMasks::at(TileCoord coord) {
+StrokeMasks::Mask StrokeMasks::at(TileCoord coord) {
     const auto [found, isNew] = masks_.try_emplace(coord, nullptr);
-    if (!isNew) return found->second;
+    if (!isNew) return {found->second, false};
     const std::size_t place = (masks_.size() - 1) % masksOfBuffer;
     if (place == 0) buffers_.push_back(store_.acquireBuffer(TileFormat::rgba16Float));
     float* mask = reinterpret_cast<float*>(buffers_.back().bytes()) + place * pixelsPerTile;
-    std::fill_n(mask, pixelsPerTile, 0.0f);
     found->second = mask;
-    return mask;
+    return {mask, true};
+}
+
+void StrokeMasks::zero(TileCoord coord) {
+    const auto found = masks_.find(coord);
+    if (found != masks_.end()) std::fill_n(found->second, pixelsPerTile, 0.0f);
 }
 
 std::optional<StrokeCoverage> StrokeMasks::coverage(const PixelRect& bounds) const {

@@ -1,6 +1,6 @@
-// The coverage that a stroke has gathered: a tile of floats for each tile it touched, zero at
-// first. They live in buffers of the tile store, two to a buffer, so that a new stroke takes the
-// memory of the last one. One thread at a time.
+// The coverage that a stroke has gathered: a tile of floats for each tile it touched. They live in
+// buffers of the tile store, two to a buffer, so that a new stroke takes the memory of the last
+// one. One thread at a time.
 #pragma once
 
 #include "Core/Geometry.h"
@@ -20,8 +20,15 @@ public:
     StrokeMasks(const StrokeMasks&) = delete;
     StrokeMasks& operator=(const StrokeMasks&) = delete;
 
-    /// 256 rows of 256 values, 0 to 1; they stay where they are.
-    float* at(TileCoord coord);
+    /// 256 rows of 256 values, 0 to 1; they stay where they are. Of a tile that was not asked for
+    /// before they are anything, and whoever paints first makes them 0.
+    struct Mask {
+        float* values = nullptr;
+        bool isFresh = false;
+    };
+    Mask at(TileCoord coord);
+    /// For a mask that was to be made 0 and perhaps was not.
+    void zero(TileCoord coord);
     std::size_t count() const { return masks_.size(); }
     /// As bytes, within `bounds`; nothing where there are none.
     std::optional<StrokeCoverage> coverage(const PixelRect& bounds) const;

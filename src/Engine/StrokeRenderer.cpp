@@ -154,13 +154,16 @@ std::expected<StrokeTiles, EngineError> StrokeRenderer::render(std::span<const B
     std::vector<GPUDab> records;
     std::vector<GPUBrushTile> tiles;
     std::vector<GPUBrushApplyTile> applyTiles;
+    std::vector<std::uint8_t> isFresh;
     std::vector<const std::byte*> previous;
     ResourceTracker tracker;
     const TileFormat format = state.target.original.format();
     Outputs outputs(state.store, format);
     for (const auto& [coord, dabsOfTile] : buckets) {
         GPUBrushApplyTile applied = state.applyRecord(coord, outputs.add(), tracker);
-        applied.mask = reinterpret_cast<std::uintptr_t>(state.masks.at(coord));
+        const StrokeMasks::Mask mask = state.masks.at(coord);
+        applied.mask = reinterpret_cast<std::uintptr_t>(mask.values);
+        isFresh.push_back(mask.isFresh ? 1 : 0);
         applyTiles.push_back(applied);
         const auto last = state.outputs.find(coord);
         previous.push_back(last != state.outputs.end() ? tracker.pin(last->second) : nullptr);
@@ -176,6 +179,7 @@ std::expected<StrokeTiles, EngineError> StrokeRenderer::render(std::span<const B
         .params = brushPassParams(state.target, state.style, tiles.size(), window),
         .format = format,
         .tiles = tiles,
+        .isFresh = isFresh,
         .dabs = records,
         .applyTiles = applyTiles,
         .previous = previous,
@@ -184,6 +188,8 @@ std::expected<StrokeTiles, EngineError> StrokeRenderer::render(std::span<const B
         .tip = state.tip()};
     if (const auto done = state.device.paint(batch); !done) {
         state.outputs.clear(); // the masks may be ahead of them
+        for (auto fresh = isFresh.begin(); const auto& [coord, dabsOfTile] : buckets)
+            if (*fresh++ != 0) state.masks.zero(coord);
         return std::unexpected(done.error());
     }
     StrokeTiles result;
