@@ -2,10 +2,13 @@
 #include "Base/AtomicFile.h"
 #include "Cli/Pictures.h"
 #include "Cli/ProgramRun.h"
+#include "support/Golden.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fmt/format.h>
 #include <sched.h>
@@ -225,6 +228,63 @@ TEST_F(ToolScript, faultsNameStepAndEventInTheWordsOfTheEditor) {
         EXPECT_TRUE(errors.starts_with("ombrel: " + message)) << steps << "\n" << errors;
         EXPECT_EQ(errors.find('\n'), errors.size() - 1);
     }
+}
+
+/// A wave at a height, pressed hardest in its middle.
+std::string wave(std::string_view options, double y) {
+    std::string events;
+    constexpr int samples = 40;
+    for (int i = 0; i <= samples; ++i) {
+        const double t = i / double{samples};
+        events += fmt::format(R"({}{{"type": "{}", "x": {}, "y": {}, "pressure": {}}})",
+                              i == 0 ? "" : ",",
+                              i == 0         ? "down"
+                              : i == samples ? "up"
+                                             : "drag",
+                              20 + 360 * t, y + 10 * std::sin(6 * t), std::sin(3.1 * t));
+    }
+    return fmt::format(R"({{"tool": "brush", "seed": 7, "options": {{{}}}, "events": [{}]}})",
+                       options, events);
+}
+
+GoldenImage goldenOf(const test::ReadPicture& picture) {
+    GoldenImage golden{.width = 400, .height = 300, .samples = {}};
+    const auto sample = [](float value) {
+        return static_cast<std::uint16_t>(std::lround(std::clamp(value, 0.0f, 1.0f) * 65535));
+    };
+    for (int y = 0; y < golden.height; ++y) {
+        for (int x = 0; x < golden.width; ++x) {
+            const PremultipliedColor color = picture.at(x, y);
+            for (const float value : {color.red, color.green, color.blue, color.alpha})
+                golden.samples.push_back(sample(value));
+        }
+    }
+    return golden;
+}
+
+TEST_F(ToolScript, strokesLookAsTheyDid) {
+    std::string presets;
+    double y = 20;
+    for (const char* name : {"Soft Round", "Hard Round", "Chalk", "Charcoal", "Spatter", "Bristle",
+                             "Dry Brush", "Scattered Leaves Soft"}) {
+        presets += fmt::format("{}{}", presets.empty() ? "" : ",",
+                               wave(fmt::format(R"("preset": "{}", "size": 24)", name), y));
+        y += 36;
+    }
+    std::string settings;
+    y = 15;
+    for (const char* options :
+         {R"("size": 1, "hardness": 1)", R"("size": 3, "hardness": 1)",
+          R"("size": 40, "hardness": 0, "pressureControlsSize": false)",
+          R"("size": 40, "hardness": 0.5, "flow": 0.2, "pressureControlsSize": false)",
+          R"("size": 40, "hardness": 1, "opacity": 0.5, "pressureControlsSize": false)",
+          R"("size": 40, "angle": 30, "roundness": 0.2)"}) {
+        settings += fmt::format("{}{}", settings.empty() ? "" : ",", wave(options, y));
+        y += 50;
+    }
+    // Two of 255 steps: the file has 8 bits, and targets may differ in a last place.
+    EXPECT_EQ(goldenDifference("stroke-presets", goldenOf(painted(presets)), 600), "");
+    EXPECT_EQ(goldenDifference("stroke-settings", goldenOf(painted(settings)), 600), "");
 }
 
 TEST_F(ToolScript, optionsThatAreNamedAreAllThatDiffersFromTheFirstOnes) {
