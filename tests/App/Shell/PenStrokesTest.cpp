@@ -116,6 +116,7 @@ TEST_F(PenStrokes, areUndoneToTheBitAndGiveTheirMemoryBack) {
     Pen pen(document().window()->canvas());
     pen.proximity(QEvent::TabletEnterProximity);
     std::vector<std::int64_t> memory;
+    double firstRound = 0;
     for (int round = 0; round < 3; ++round) {
         paintAll(session, pen);
         const auto isDone = [&] { return session._history->count() == entries + strokeCount; };
@@ -128,9 +129,15 @@ TEST_F(PenStrokes, areUndoneToTheBitAndGiveTheirMemoryBack) {
         trigger("redo");
         trigger("undo");
         memory.push_back(residentBytes());
+        // The maintenance of the store compresses on a thread of its own.
+        const auto bytesOfTiles = [&] {
+            const TileStore::Statistics tiles = store->statistics();
+            return static_cast<double>(tiles.residentBytes + tiles.compressedBytes);
+        };
+        if (round == 0) firstRound = bytesOfTiles();
+        EXPECT_TRUE(eventually([&] { return bytesOfTiles() <= 1.1 * firstRound; }));
     }
-    // The first round fills what the view keeps of the picture.
-    EXPECT_LT(static_cast<double>(memory.back()), 1.1 * static_cast<double>(memory.front()));
+    // For people: what the process holds depends on the tests before this one, too.
     RecordProperty("megabytes", fmt::format("{} {}", memory.front() >> 20, memory.back() >> 20));
 }
 
