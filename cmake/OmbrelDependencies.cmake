@@ -3,7 +3,7 @@ find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 find_package(fmt REQUIRED)
 find_package(TBB REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Gui OpenGL OpenGLWidgets Widgets Svg)
+find_package(Qt6 6.4 REQUIRED COMPONENTS DBus Gui OpenGL OpenGLWidgets Widgets Svg)
 
 function(ombrel_pkg target module)
   pkg_check_modules(${target} REQUIRED IMPORTED_TARGET ${module})

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace ombrel {
@@ -28,7 +29,10 @@ struct BoolSetting {
 /// One of a few words, the first of them by default.
 struct ChoiceSetting {
     std::string_view name;
-    std::array<std::string_view, 3> choices;
+    std::span<const std::string_view> choices;
+};
+struct TextSetting {
+    std::string_view name;
 };
 struct TextListSetting {
     std::string_view name;
@@ -43,8 +47,20 @@ inline constexpr IntegerSetting historyStates{"historyStates", 50, 2, 1000};
 inline constexpr NumberSetting memoryFraction{"memoryFraction", 0.5, 0.2, 0.8};
 /// Quality of exported JPEG and HEIC files.
 inline constexpr NumberSetting jpegQuality{"jpegQuality", 0.9, 0, 1};
-inline constexpr ChoiceSetting colorScheme{"colorScheme", {"system", "light", "dark"}};
-/// Whether all windows keep one zoom, or one rotation.
+inline constexpr std::array<std::string_view, 3> colorSchemes{"system", "light", "dark"};
+inline constexpr ChoiceSetting colorScheme{"colorScheme", colorSchemes};
+/// Size of everything in windows beside what the screen asks for; from the next start on.
+inline constexpr NumberSetting interfaceScale{"interfaceScale", 1, 0.75, 3};
+/// In which lengths are shown and asked for; by the symbols of the units.
+inline constexpr std::array<std::string_view, 5> lengthUnitSymbols{"px", "in", "cm", "mm", "pt"};
+inline constexpr ChoiceSetting lengthUnit{"lengthUnit", lengthUnitSymbols};
+/// Where tiles go that memory has no room for; from the next start on. Empty: the usual folder.
+inline constexpr TextSetting scratchFolder{"scratchFolder"};
+/// Whether pens press, and how: what a pen tells to the power of this. Above 1 it takes more
+/// force.
+inline constexpr BoolSetting penPressure{"penPressure", true};
+inline constexpr NumberSetting penFirmness{"penFirmness", 1, 0.25, 4};
+/// Whether gestures of fingers and wheel leave zoom or rotation as they are.
 inline constexpr BoolSetting zoomLocked{"zoomLocked", false};
 inline constexpr BoolSetting rotationLocked{"rotationLocked", false};
 /// SHA-256 digests of shader texts that the user allowed to run.

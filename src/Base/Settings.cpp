@@ -112,6 +112,11 @@ std::string Settings::get(const ChoiceSetting& key) const {
     return storedChoice(key, value.is_string() ? value.get_ref<const std::string&>() : "");
 }
 
+std::string Settings::get(const TextSetting& key) const {
+    const Json value = json(key.name);
+    return value.is_string() ? value.get<std::string>() : std::string();
+}
+
 std::vector<std::string> Settings::get(const TextListSetting& key) const {
     const Json value = json(key.name);
     std::vector<std::string> list;
@@ -137,6 +142,10 @@ void Settings::set(const BoolSetting& key, bool value) {
 
 void Settings::set(const ChoiceSetting& key, std::string_view value) {
     setJson(key.name, storedChoice(key, value));
+}
+
+void Settings::set(const TextSetting& key, std::string_view value) {
+    setJson(key.name, value.empty() ? Json() : Json(std::string(value)));
 }
 
 void Settings::set(const TextListSetting& key, std::vector<std::string> value) {

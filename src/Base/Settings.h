@@ -42,6 +42,7 @@ public:
     double get(const NumberSetting& key) const;
     bool get(const BoolSetting& key) const;
     std::string get(const ChoiceSetting& key) const;
+    std::string get(const TextSetting& key) const; ///< empty where absent
     std::vector<std::string> get(const TextListSetting& key) const;
     /// Of any key, as stored; null where absent.
     Json json(std::string_view name) const;
@@ -51,6 +52,7 @@ public:
     void set(const NumberSetting& key, double value);
     void set(const BoolSetting& key, bool value);
     void set(const ChoiceSetting& key, std::string_view value);
+    void set(const TextSetting& key, std::string_view value); ///< empty removes it
     void set(const TextListSetting& key, std::vector<std::string> value);
     /// Null removes the key. Setting what is there already does nothing.
     void setJson(std::string_view name, const Json& value);

@@ -61,6 +61,13 @@ History::Entries History::record(DocumentState state, std::string name,
     return left;
 }
 
+History::Entries History::setMaximumStates(std::int64_t maximumStates) {
+    maximumStates_ = std::max<std::int64_t>(maximumStates, 2);
+    Entries left;
+    trim(left);
+    return left;
+}
+
 const DocumentState* History::undo() {
     if (!canUndo()) return nullptr;
     --currentIndex_;

@@ -63,6 +63,9 @@ public:
     /// The index is brought into range. Nothing is removed.
     const DocumentState& jump(std::int64_t index);
 
+    /// Another limit, at least 2, from now on. Returns what left the list.
+    Entries setMaximumStates(std::int64_t maximumStates);
+
     /// Seconds below which edits with one key become one entry.
     static constexpr double coalescingInterval = 1.5;
 

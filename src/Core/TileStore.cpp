@@ -3,6 +3,7 @@
 #include "Base/Check.h"
 #include "Base/ParallelFor.h"
 #include "Core/ScratchFile.h"
+#include "Core/ScratchFolder.h"
 #include "Core/TileStoreState.h"
 
 #include <cstring>
@@ -21,9 +22,7 @@ TileStore::Budget TileStore::Budget::ofMemory(std::int64_t physicalBytes, double
 TileStore& TileStore::shared() {
     static const std::shared_ptr<TileStore>& store = *new std::shared_ptr<TileStore>([] {
         const std::int64_t physicalBytes = sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE);
-        std::error_code ignored; // without a temporary directory nothing is spilled
-        const std::filesystem::path directory = std::filesystem::temp_directory_path(ignored);
-        return create(Budget::ofMemory(physicalBytes, 0.5), directory / "OmbrelScratch");
+        return create(Budget::ofMemory(physicalBytes, 0.5), ScratchFolder::chosen());
     }());
     return *store;
 }

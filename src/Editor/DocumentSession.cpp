@@ -166,6 +166,13 @@ void DocumentSession::setActiveLayer(LayerID id) {
     announceChange();
 }
 
+void DocumentSession::setHistoryStates(std::int64_t count) {
+    checkThread();
+    discard(
+        _history.updateQuietly([&](History& history) { return history.setMaximumStates(count); }));
+    _history.tell();
+}
+
 bool DocumentSession::replaceDocument(DocumentState state, std::string historyName) {
     checkThread();
     if (*_isLiveEditing || queuedOperations_ > 0) return false;

@@ -126,6 +126,8 @@ public:
     std::optional<std::string> undoName() const;
     std::optional<std::string> redoName() const;
     Uuid currentEntryID() const;
+    /// Most states that the history keeps from now on; the oldest ones above it go at once.
+    void setHistoryStates(std::int64_t count);
     std::int64_t queuedOperations() const; ///< not finished, the running one included
 
     // Live edits: a slider or a drag shows its result and makes one history entry at its end.

@@ -5,6 +5,7 @@
 #include "Tools/HandTool.h"
 #include "Tools/MoveTool.h"
 #include "Tools/RotateViewTool.h"
+#include "Tools/ToolLetters.h"
 #include "Tools/UnavailableTool.h"
 #include "Tools/ZoomTool.h"
 
@@ -52,7 +53,7 @@ const ToolGroup* groupOf(ToolKind kind) {
 std::vector<ToolKind> toolsForLetter(char letter) {
     std::vector<ToolKind> found;
     const auto consider = [&](ToolKind kind) {
-        if (descriptionOf(kind).letter == letter) found.push_back(kind);
+        if (ToolLetters::of(kind) == letter) found.push_back(kind);
     };
     for (const ToolGroup& group : toolGroups())
         for (const ToolGroup::Section& section : group.sections)

@@ -5,9 +5,17 @@
 #include "Tools/ToolKind.h"
 
 #include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
 #include <QGridLayout>
 #include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QRadioButton>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTabBar>
 #include <QToolButton>
 #include <gtest/gtest.h>
 
@@ -86,10 +94,67 @@ TEST(Look, textStandsOutFromItsGroundInBothThemes) {
             EXPECT_GT(contrast(ThemeColor::text, ground), 7);
             EXPECT_GT(contrast(ThemeColor::dimText, ground), 4.5);
         }
-        EXPECT_GT(contrast(ThemeColor::selectedText, ThemeColor::selection), 4);
+        for (const ThemeColor ground : {ThemeColor::raised, ThemeColor::hovered}) {
+            EXPECT_GT(contrast(ThemeColor::text, ground), 7);
+            EXPECT_GT(contrast(ThemeColor::dimText, ground), 4.5);
+        }
+        EXPECT_GT(contrast(ThemeColor::text, ThemeColor::pressed), 7);
+        EXPECT_GT(contrast(ThemeColor::text, ThemeColor::quietSelection), 4.5);
+        EXPECT_GT(contrast(ThemeColor::selectedText, ThemeColor::selection), 4.5);
     }
     EXPECT_EQ(Theme::kindOf("light"), ThemeKind::light);
-    EXPECT_EQ(Theme::kindOf("system"), ThemeKind::dark);
+    EXPECT_EQ(Theme::kindOf("dark"), ThemeKind::dark);
+}
+
+TEST(Look, controlsOfFormsInBothThemes) {
+    for (const ThemeKind kind : {ThemeKind::light, ThemeKind::dark}) {
+        Theme::apply(*qobject_cast<QApplication*>(QCoreApplication::instance()), kind);
+        QWidget sheet;
+        auto* grid = new QGridLayout(&sheet);
+        for (const bool isEnabled : {true, false}) {
+            const int column = isEnabled ? 0 : 1;
+            auto* box = new QComboBox;
+            box->addItem("Choice");
+            auto* editable = new QComboBox;
+            editable->setEditable(true);
+            editable->addItem("Editable");
+            auto* slider = new QSlider(Qt::Horizontal);
+            slider->setValue(40);
+            auto* check = new QCheckBox("Checked");
+            check->setChecked(true);
+            auto* radio = new QRadioButton("Radio");
+            radio->setChecked(true);
+            auto* progress = new QProgressBar;
+            progress->setValue(60);
+            progress->setTextVisible(false);
+            auto* tabs = new QTabBar;
+            tabs->addTab("Front");
+            tabs->addTab("Behind");
+            auto* mainButton = new QPushButton("Default");
+            mainButton->setDefault(true);
+            int row = 0;
+            for (QWidget* widget : std::initializer_list<QWidget*>{
+                     new QPushButton("Button"), mainButton, new QLineEdit("Field"), new QSpinBox,
+                     box, editable, slider, check, new QCheckBox("Unchecked"), radio, progress,
+                     tabs}) {
+                widget->setEnabled(isEnabled);
+                grid->addWidget(widget, row++, column);
+            }
+        }
+        sheet.adjustSize();
+        saveScreenshot(sheet, kind == ThemeKind::dark ? "controls-dark" : "controls-light");
+        // A field stands out from what it lies on, switched off it does not.
+        QImage picture = sheet.grab().toImage();
+        picture.setDevicePixelRatio(1);
+        const auto inside = [&](int column) {
+            const QRect cell = grid->cellRect(2, column);
+            const QPoint place =
+                QPoint(cell.right() - 8, cell.center().y()) * sheet.devicePixelRatioF();
+            return picture.pixelColor(place);
+        };
+        EXPECT_EQ(inside(0), Theme::color(ThemeColor::field));
+        EXPECT_EQ(inside(1), Theme::color(ThemeColor::window));
+    }
 }
 
 TEST(Look, everyIconOfTheSetIsDrawn) {

@@ -136,10 +136,10 @@ TEST_F(BarsTest, theWellsShowTheColoursAndSwapAndResetThem) {
         return QColor(picture.pixel(picture.width() / 4, picture.height() / 4));
     };
     EXPECT_EQ(shown("foregroundColor"), QColor(188, 0, 0)); // 0.5 of the light
-    QTest::keyClick(window.centralWidget(), Qt::Key_X);
+    click(tools->findChild<QToolButton*>("swapColors"));
     EXPECT_EQ(fixture.session->colors->background.red, 0.5f);
     EXPECT_EQ(shown("foregroundColor"), QColor(255, 255, 255));
-    QTest::keyClick(window.centralWidget(), Qt::Key_D);
+    click(tools->findChild<QToolButton*>("defaultColors"));
     EXPECT_EQ(*fixture.session->colors, PaintColors{});
     click(tools->findChild<QToolButton*>("foregroundColor"));
     auto* dialog = dynamic_cast<ColorDialog*>(tools->findChild<QDialog*>("colorDialog"));

@@ -144,6 +144,12 @@ PointerEvent CanvasInput::pointerOf(const QMouseEvent& event) const {
             .clickCount = isSecondClick ? 2 : 1};
 }
 
+float CanvasInput::pressureOf(const QTabletEvent& event) const {
+    const double told = std::clamp(event.pressure(), 0.0, 1.0);
+    if (!penFirmness_) return event.buttons() != Qt::NoButton ? 1 : 0;
+    return static_cast<float>(std::pow(told, *penFirmness_));
+}
+
 PointerEvent CanvasInput::pointerOf(const QTabletEvent& event) {
     const double time = secondsOf(event);
     if (event.type() == QEvent::TabletPress) {
@@ -161,7 +167,7 @@ PointerEvent CanvasInput::pointerOf(const QTabletEvent& event) {
     return {.viewLocation = pointOf(event.position()),
             .button = buttonOf(event.button()).value_or(PointerButton::primary),
             .isTablet = true,
-            .pressure = static_cast<float>(event.pressure()),
+            .pressure = pressureOf(event),
             .tilt = {tiltOf(event.xTilt()), tiltOf(event.yTilt())},
             .rotation = static_cast<float>(event.rotation()),
             .timestamp = time,

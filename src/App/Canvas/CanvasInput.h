@@ -30,6 +30,8 @@ public:
     /// What fingers on a touchpad scrolled, in view points; nothing for a wheel.
     static std::optional<RealPoint> scrollOf(const QWheelEvent& event);
 
+    /// What a pen tells becomes that to the power of `firmness`; without, pens do not press.
+    void setPen(std::optional<double> firmness) { penFirmness_ = firmness; }
     ToolModifiers modifiersOf(Qt::KeyboardModifiers modifiers) const;
     /// After the event: a modifier's own key counts.
     ToolModifiers modifiersAfter(const QKeyEvent& event);
@@ -43,7 +45,10 @@ private:
         std::int64_t count = 0;
     };
 
+    float pressureOf(const QTabletEvent& event) const;
+
     bool isCapsLocked_ = false;
+    std::optional<double> penFirmness_ = 1;
     Click lastPenClick_;
 };
 

@@ -6,6 +6,7 @@
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
 #include "Base/Log.h"
+#include "Base/Settings.h"
 
 #include <QAction>
 #include <QApplication>
@@ -82,6 +83,7 @@ CanvasView::CanvasView(std::shared_ptr<DocumentSession> session, const Services&
     setTabletTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
     makeSurface(drawing);
+    followSettings(services.settings);
     actor_ = std::make_unique<RenderActor>(
         services.device, services.store, DocumentRenderer::Options{}, services.main,
         [this](Frame frame) { receive(std::move(frame)); },
@@ -96,6 +98,21 @@ CanvasView::CanvasView(std::shared_ptr<DocumentSession> session, const Services&
 
 CanvasView::~CanvasView() {
     controller_->close();
+}
+
+void CanvasView::followSettings(Settings& settings) {
+    const auto take = [this, &settings](const Json& /*changed*/) {
+        isZoomLocked_ = settings.get(SettingKeys::zoomLocked);
+        isRotationLocked_ = settings.get(SettingKeys::rotationLocked);
+        const bool presses = settings.get(SettingKeys::penPressure);
+        input_.setPen(presses ? std::optional(settings.get(SettingKeys::penFirmness))
+                              : std::nullopt);
+    };
+    for (const std::string_view key :
+         {SettingKeys::zoomLocked.name, SettingKeys::rotationLocked.name,
+          SettingKeys::penPressure.name, SettingKeys::penFirmness.name})
+        settingChanges_.push_back(settings.onChange(key, take));
+    take({});
 }
 
 void CanvasView::makeSurface(Drawing drawing) {
@@ -244,12 +261,15 @@ void CanvasView::handleGesture(const QNativeGestureEvent& event) {
     const RealPoint at = CanvasInput::pointOf(event.position());
     switch (event.gestureType()) {
     case Qt::ZoomNativeGesture:
+        if (isZoomLocked_) return;
         return controller_->pinched(1 + event.value(), at);
     case Qt::RotateNativeGesture:
+        if (isRotationLocked_) return;
         return controller_->rotated(event.value() * std::numbers::pi / 180, at);
     case Qt::PanNativeGesture:
         return controller_->scrolled(CanvasInput::pointOf(event.delta()));
     case Qt::SmartZoomNativeGesture:
+        if (isZoomLocked_) return;
         return navigation().zoomToFit();
     default:
         break;
@@ -306,8 +326,12 @@ void CanvasView::wheelEvent(QWheelEvent* event) {
     const ToolModifiers modifiers = input_.modifiersOf(event->modifiers());
     if (const auto scroll = CanvasInput::scrollOf(*event); scroll && modifiers.isEmpty())
         return controller_->scrolled(*scroll);
+    // A wheel that may not zoom scrolls.
+    const bool scrolls = isZoomLocked_ && !modifiers.contains(ToolModifiers::shift) &&
+                         !modifiers.contains(ToolModifiers::command);
     controller_->wheelTurned(CanvasInput::notchesOf(*event),
-                             CanvasInput::pointOf(event->position()), modifiers);
+                             CanvasInput::pointOf(event->position()),
+                             scrolls ? ToolModifiers::command : modifiers);
 }
 
 void CanvasView::leaveEvent(QEvent* /*event*/) {

@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 class QNativeGestureEvent;
 
@@ -100,9 +101,13 @@ private:
     void receive(Frame frame);
     void paintOverlay(QPainter& painter);
     void handleGesture(const QNativeGestureEvent& event);
+    void followSettings(Settings& settings);
     void pressed(const PointerEvent& event);
 
     CanvasInput input_;
+    bool isZoomLocked_ = false; ///< gestures and the wheel leave it
+    bool isRotationLocked_ = false;
+    std::vector<Connection> settingChanges_;
     std::unique_ptr<CanvasSurface> surface_;
     std::unique_ptr<RenderActor> actor_;
     AffineTransform boardToPixels_; ///< of the frame that is shown

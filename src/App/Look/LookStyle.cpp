@@ -1,10 +1,14 @@
 #include "App/Look/LookStyle.h"
 
 #include "App/Look/Icons.h"
+#include "App/Look/LookControls.h"
 #include "App/Look/Theme.h"
 
 #include <QPainter>
+#include <QSlider>
 #include <QStyleOption>
+
+#include <algorithm>
 
 namespace ombrel {
 
@@ -29,6 +33,11 @@ void drawToolButton(const QStyleOption& option, QPainter& painter) {
     painter.drawRoundedRect(QRectF(option.rect).adjusted(1, 1, -1, -1), Spacing::corner,
                             Spacing::corner);
     painter.restore();
+}
+
+bool hasFrame(const QStyleOption& option) {
+    const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(&option);
+    return frame == nullptr || frame->lineWidth > 0;
 }
 
 void drawRow(const QStyleOption& option, QPainter& painter) {
@@ -132,9 +141,51 @@ void LookStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
         return; // items and branches cover it
     case PE_IndicatorItemViewItemDrop:
         return drawDropIndicator(*option, *painter);
+    case PE_PanelButtonCommand:
+        return LookControls::drawButton(*option, *painter);
+    case PE_PanelLineEdit:
+        if (hasFrame(*option)) return LookControls::drawField(*option, *painter);
+        return; // the field around it is drawn
+    case PE_FrameLineEdit:
+        return LookControls::drawField(*option, *painter);
+    case PE_IndicatorCheckBox:
+    case PE_IndicatorItemViewItemCheck:
+        return LookControls::drawCheckMark(*option, *painter);
+    case PE_IndicatorRadioButton:
+        return LookControls::drawRadioMark(*option, *painter);
+    case PE_Frame:
+        return LookControls::drawFrame(*option, *painter);
+    case PE_FrameFocusRect:
+        return; // controls show it themselves, rows by their selection
     default:
         QProxyStyle::drawPrimitive(element, option, painter, widget);
     }
+}
+
+void LookStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                   QPainter* painter, const QWidget* widget) const {
+    if (const auto* combo = qstyleoption_cast<const QStyleOptionComboBox*>(option);
+        control == CC_ComboBox && combo != nullptr)
+        return LookControls::drawComboBox(*combo, *painter, *this, widget);
+    if (const auto* spin = qstyleoption_cast<const QStyleOptionSpinBox*>(option);
+        control == CC_SpinBox && spin != nullptr)
+        return LookControls::drawSpinBox(*spin, *painter, *this, widget);
+    if (const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option);
+        control == CC_Slider && slider != nullptr && slider->tickPosition == QSlider::NoTicks)
+        return LookControls::drawSlider(*slider, *painter, *this, widget);
+    QProxyStyle::drawComplexControl(control, option, painter, widget);
+}
+
+// Low enough for panels, high enough to be hit.
+QSize LookStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
+                                  const QWidget* widget) const {
+    QSize wanted = QProxyStyle::sizeFromContents(type, option, size, widget);
+    if (type == CT_PushButton) wanted = wanted.expandedTo({72, 26});
+    if (type == CT_ComboBox || type == CT_LineEdit || type == CT_SpinBox)
+        wanted.setHeight(std::max(wanted.height(), 24));
+    if (type == CT_MenuItem && wanted.height() > 8) wanted.setHeight(std::max(wanted.height(), 24));
+    if (type == CT_TabBarTab) wanted.setHeight(std::max(wanted.height(), 26));
+    return wanted;
 }
 
 // The buttons of a dock's title.
@@ -147,7 +198,22 @@ QIcon LookStyle::standardIcon(StandardPixmap which, const QStyleOption* option,
 
 void LookStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                             const QWidget* widget) const {
-    if (element == CE_ToolBar) return drawToolBar(*option, *painter);
+    switch (element) {
+    case CE_ToolBar:
+        return drawToolBar(*option, *painter);
+    case CE_TabBarTabShape:
+        return LookControls::drawTab(*option, *painter);
+    case CE_DockWidgetTitle:
+        return LookControls::drawDockTitle(*option, *painter, *this, widget);
+    case CE_ProgressBarGroove:
+        return LookControls::drawProgress(*option, *painter);
+    case CE_ProgressBarContents:
+        return; // the groove shows it
+    case CE_HeaderSection:
+        return LookControls::drawHeader(*option, *painter);
+    default:
+        break;
+    }
     QProxyStyle::drawControl(element, option, painter, widget);
 }
 

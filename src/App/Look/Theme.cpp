@@ -1,6 +1,7 @@
 #include "App/Look/Theme.h"
 
 #include "App/Look/LookStyle.h"
+#include "App/Look/SystemScheme.h"
 
 #include <QApplication>
 #include <QPalette>
@@ -26,13 +27,15 @@ constexpr std::array<ThemeRow, static_cast<std::size_t>(ThemeColor::count)> rows
     {ThemeColor::pressed, 0xFF222326, 0xFFD0D3D9},
     {ThemeColor::edge, 0xFF1B1C1E, 0xFFC4C5C9},
     {ThemeColor::line, 0xFF3E4045, 0xFFDBDCE0},
+    {ThemeColor::outline, 0xFF54575D, 0xFFB4B6BC},
+    {ThemeColor::track, 0xFF4A4D53, 0xFFCDD0D5},
     {ThemeColor::text, 0xFFDDDFE2, 0xFF1E1F22},
-    {ThemeColor::dimText, 0xFFA0A3A9, 0xFF5F636A},
+    {ThemeColor::dimText, 0xFFABAEB4, 0xFF5F636A},
     {ThemeColor::disabledText, 0xFF6D7076, 0xFFA4A7AD},
     {ThemeColor::icon, 0xFFC9CBD0, 0xFF3B3E44},
     {ThemeColor::disabledIcon, 0xFF5F6268, 0xFFB2B5BB},
     {ThemeColor::accent, 0xFF5B9BF2, 0xFF2F6FD0},
-    {ThemeColor::selection, 0xFF345A8A, 0xFF3D7BDA},
+    {ThemeColor::selection, 0xFF345A8A, 0xFF2F6BC6},
     {ThemeColor::quietSelection, 0xFF434A55, 0xFFCBD3E0},
     {ThemeColor::selectedText, 0xFFFFFFFF, 0xFFFFFFFF},
     {ThemeColor::checkerLight, 0xFFD8D8D8, 0xFFFFFFFF},
@@ -108,6 +111,7 @@ QString styleSheet() {
 } // namespace
 
 ThemeKind Theme::kindOf(std::string_view colorScheme) {
+    if (colorScheme == "system") return SystemScheme::wanted().value_or(ThemeKind::dark);
     return colorScheme == "light" ? ThemeKind::light : ThemeKind::dark;
 }
 

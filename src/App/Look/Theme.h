@@ -22,6 +22,8 @@ enum class ThemeColor : std::uint8_t {
     pressed, ///< what is held down
     edge,    ///< hard lines between areas
     line,    ///< soft lines within an area
+    outline, ///< around fields and buttons
+    track,   ///< what sliders and progress run in
     text,
     dimText, ///< beside what matters
     disabledText,
@@ -51,8 +53,8 @@ inline constexpr int corner = 3;      ///< radius of rounded corners
 
 namespace Theme {
 
-/// By the word of the setting "colorScheme". The toolkit does not tell which scheme the system
-/// prefers, and pictures are best judged in dark surroundings: "system" is dark.
+/// By the word of the setting "colorScheme". Where the system has no wish, "system" is dark:
+/// pictures are best judged in dark surroundings.
 ThemeKind kindOf(std::string_view colorScheme);
 /// May be called again to change the theme; windows that are open follow.
 void apply(QApplication& application, ThemeKind kind);

@@ -24,9 +24,9 @@ constexpr std::array<PanelDescription, 8> panels{{
     {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, "view", 156},
     {"info", "Info", Qt::RightDockWidgetArea, make<InfoPanel>, "view"},
     {"histogram", "Histogram", Qt::RightDockWidgetArea, make<HistogramPanel>, "view"},
-    {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, "color", 236},
+    {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, "color", 236, "F6"},
     {"swatches", "Swatches", Qt::RightDockWidgetArea, make<SwatchesPanel>, "color"},
-    {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, "layers"},
+    {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, "layers", 0, "F7"},
     {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>, "layers"},
     {"brushes", "Brushes", Qt::RightDockWidgetArea, make<BrushPanel>, "layers"},
 }};

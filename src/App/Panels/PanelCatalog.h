@@ -37,6 +37,7 @@ struct PanelDescription {
     QWidget* (*make)(const PanelContext& context, QWidget* parent);
     const char* group = ""; ///< panels of one group are tabs of one place, the first one in front
     int height = 0;         ///< of the group at first, as its first panel has it; 0: what is left
+    const char* shortcut = ""; ///< shows and hides it; as QKeySequence reads it
 };
 
 std::span<const PanelDescription> panelCatalog(); ///< as they stand from top to bottom

@@ -3,10 +3,13 @@
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
 #include "App/Panels/ZoomField.h"
+#include "Base/Settings.h"
+#include "Editor/DocumentPresets.h"
 #include "Editor/DocumentSession.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <algorithm>
 #include <array>
 #include <chrono>
 
@@ -31,8 +34,8 @@ QString memoryText(std::int64_t bytes) {
 
 StatusFields::StatusFields(const PanelContext& context, QWidget* parent)
     : QWidget(parent), session_(context.session), store_(context.store),
-      zoom_(new ZoomField(context.session, this)), canvas_(new QLabel(this)),
-      memory_(new QLabel(this)) {
+      settings_(context.settings), zoom_(new ZoomField(context.session, this)),
+      canvas_(new QLabel(this)), memory_(new QLabel(this)) {
     zoom_->setObjectName(QStringLiteral("zoom"));
     canvas_->setObjectName(QStringLiteral("canvasText"));
     memory_->setObjectName(QStringLiteral("memory"));
@@ -49,6 +52,10 @@ StatusFields::StatusFields(const PanelContext& context, QWidget* parent)
         showCanvas(state.canvas);
         lookAtMemorySoon();
     }));
+    connections_.push_back(settings_.onChange(SettingKeys::lengthUnit.name, [this](const Json&) {
+        shownCanvas_.reset();
+        showCanvas(session_->_state->canvas);
+    }));
 }
 
 StatusFields::~StatusFields() = default;
@@ -56,10 +63,16 @@ StatusFields::~StatusFields() = default;
 void StatusFields::showCanvas(const Canvas& canvas) {
     if (shownCanvas_ == canvas) return;
     shownCanvas_ = canvas;
-    canvas_->setText(QStringLiteral("%1 × %2 px    %3    %4")
-                         .arg(canvas.size.width)
-                         .arg(canvas.size.height)
-                         .arg(toQt(textOf(canvas.bitDepth)), toQt(canvas.profile.name())));
+    const std::string symbol = settings_.get(SettingKeys::lengthUnit);
+    const LengthUnitTraits& unit =
+        *std::ranges::find(lengthUnits(), symbol, &LengthUnitTraits::symbol);
+    const auto side = [&](std::int64_t pixels) {
+        return QString::number(lengthOf(static_cast<double>(pixels), unit.unit, canvas.resolution),
+                               'f', unit.decimals);
+    };
+    canvas_->setText(QStringLiteral("%1 × %2 %3    %4    %5")
+                         .arg(side(canvas.size.width), side(canvas.size.height), toQt(unit.symbol),
+                              toQt(textOf(canvas.bitDepth)), toQt(canvas.profile.name())));
 }
 
 void StatusFields::lookAtMemorySoon() {

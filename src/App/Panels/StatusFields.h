@@ -37,6 +37,7 @@ private:
 
     std::shared_ptr<DocumentSession> session_;
     TileStore& store_;
+    Settings& settings_;
     ZoomField* zoom_;
     QLabel* canvas_;
     QLabel* memory_;

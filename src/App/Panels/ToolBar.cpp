@@ -4,8 +4,10 @@
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
 #include "App/Panels/ColorWells.h"
+#include "Base/Settings.h"
 #include "Editor/DocumentSession.h"
 #include "Tools/ToolGroup.h"
+#include "Tools/ToolLetters.h"
 #include "Tools/ToolRegistry.h"
 
 #include <QContextMenuEvent>
@@ -24,10 +26,10 @@ namespace {
 
 /// "Move (V)"
 QString wordsOf(ToolKind kind) {
-    const ToolDescription& tool = descriptionOf(kind);
-    const QString name = toQt(tool.displayName);
-    if (!tool.letter) return name;
-    return QStringLiteral("%1 (%2)").arg(name, QString(QLatin1Char(*tool.letter)).toUpper());
+    const QString name = toQt(descriptionOf(kind).displayName);
+    const std::optional<char> letter = ToolLetters::of(kind);
+    if (!letter) return name;
+    return QStringLiteral("%1 (%2)").arg(name, QString(QLatin1Char(*letter)).toUpper());
 }
 
 } // namespace
@@ -93,6 +95,8 @@ private:
             QAction* action = menu->addAction(ombrel::icon(descriptionOf(kind).icon), wordsOf(kind),
                                               this, [this, kind] { session_.setTool(kind); });
             action->setObjectName(toQt(descriptionOf(kind).identifier));
+            connect(menu, &QMenu::aboutToShow, action,
+                    [action, kind] { action->setText(wordsOf(kind)); }); // letters may change
         }
         setMenu(menu);
         setPopupMode(QToolButton::DelayedPopup);
@@ -128,11 +132,14 @@ ToolBar::ToolBar(const PanelContext& context, QWidget* parent)
     auto* frame = new QWidget(this);
     auto* layout = new QHBoxLayout(frame);
     layout->setContentsMargins(0, Spacing::tight, 0, Spacing::tight);
-    wells_ = new ColorWells(context, ColorWells::Click::asks, frame);
-    layout->addWidget(wells_, 0, Qt::AlignHCenter);
+    auto* wells = new ColorWells(context, ColorWells::Click::asks, frame);
+    layout->addWidget(wells, 0, Qt::AlignHCenter);
     addWidget(frame);
     connections_.push_back(session_->_activeTool.observe([this](ToolKind) { refresh(); }));
     connections_.push_back(session_->_recentTools.onChange([this](const auto&) { refresh(); }));
+    connections_.push_back(context.settings.onChange("shortcuts", [this](const Json&) {
+        QMetaObject::invokeMethod(this, [this] { refresh(); }, Qt::QueuedConnection);
+    }));
 }
 
 ToolBar::~ToolBar() = default;
@@ -155,17 +162,10 @@ bool ToolBar::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool ToolBar::takeLetter(char letter) {
-    if (letter == 'x') {
-        wells_->swap();
-    } else if (letter == 'd') {
-        wells_->reset();
-    } else if (const auto tool = ToolRegistry::toolAfter(*session_->_activeTool, letter,
-                                                         *session_->_recentTools)) {
-        session_->setTool(*tool);
-    } else {
-        return false;
-    }
-    return true;
+    const auto tool =
+        ToolRegistry::toolAfter(*session_->_activeTool, letter, *session_->_recentTools);
+    if (tool) session_->setTool(*tool);
+    return tool.has_value();
 }
 
 void ToolBar::addSlot(std::span<const ToolKind> tools) {

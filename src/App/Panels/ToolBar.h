@@ -1,7 +1,7 @@
 // The tools, as the table of tool groups has them: a slot for each section, which shows the tool of
 // it that was used last, and the others when it is held down or clicked with the other button; at
-// the end the paint colours. Letters that nobody else in the window takes choose tools, swap the
-// colours (X) and reset them (D). Main thread only.
+// the end the paint colours. Letters that nobody else in the window takes choose tools. Main thread
+// only.
 #pragma once
 
 #include "App/Panels/PanelCatalog.h"
@@ -14,8 +14,6 @@
 #include <vector>
 
 namespace ombrel {
-
-class ColorWells;
 
 class ToolBar : public QToolBar {
 public:
@@ -37,7 +35,6 @@ private:
 
     std::shared_ptr<DocumentSession> session_;
     std::vector<Slot*> slots_;
-    ColorWells* wells_;
     std::vector<Connection> connections_;
 };
 

@@ -3,6 +3,7 @@
 #include "App/Clipboard/ClipMimeData.h"
 #include "App/Clipboard/Pasting.h"
 #include "App/Panels/LayerSelection.h"
+#include "App/Shell/ActionReasons.h"
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/DocumentWindow.h"
 #include "App/Shell/WindowAction.h"
@@ -16,12 +17,8 @@ namespace {
 
 using In = const ActionContext&;
 
-bool isFree(In in) {
-    return !*in.session._isLiveEditing;
-}
-bool hasLayers(In in) {
-    return isFree(in) && !LayerSelection(in.session).isEmpty();
-}
+using ActionReasons::whenFree;
+using ActionReasons::whenLayers;
 
 /// The clipboard owns what it is given.
 void put(In in, LayerClip clip) {
@@ -62,13 +59,13 @@ void pasteClipboard(In in, PasteTarget::Place place) {
 
 constexpr WindowAction clipboard[] = {
     {"&Edit", nullptr, nullptr},
-    {"&Edit", "cut", "Cu&t", "Ctrl+X", hasLayers, cut},
-    {"&Edit", "copy", "&Copy", "Ctrl+C", hasLayers, [](In in) { copyLayers(in); }},
-    {"&Edit", "copyMerged", "Copy &Merged", "Ctrl+Shift+C", isFree,
+    {"&Edit", "cut", "Cu&t", "Ctrl+X", whenLayers, cut},
+    {"&Edit", "copy", "&Copy", "Ctrl+C", whenLayers, [](In in) { copyLayers(in); }},
+    {"&Edit", "copyMerged", "Copy &Merged", "Ctrl+Shift+C", whenFree,
      [](In in) { put(in, LayerClip::merged(*in.session._state, "Merged Copy")); }},
-    {"&Edit", "paste", "&Paste", "Ctrl+V", isFree,
+    {"&Edit", "paste", "&Paste", "Ctrl+V", whenFree,
      [](In in) { pasteClipboard(in, PasteTarget::Place::view); }},
-    {"&Edit", "pasteInPlace", "Paste &in Place", "Ctrl+Shift+V", isFree,
+    {"&Edit", "pasteInPlace", "Paste &in Place", "Ctrl+Shift+V", whenFree,
      [](In in) { pasteClipboard(in, PasteTarget::Place::inPlace); }},
 };
 

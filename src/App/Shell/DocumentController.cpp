@@ -129,6 +129,45 @@ void DocumentController::makeDocument(const Canvas& canvas,
     add(document);
 }
 
+void DocumentController::duplicate(const ImageDocument& document) {
+    const auto copy = ImageDocument::create(services_, *this);
+    copy->takeNew(document.board(), document.displayName() + " copy");
+    add(copy);
+}
+
+void DocumentController::raiseDocument(ImageDocument& document) {
+    if (document.window() != nullptr) raise(*document.window());
+}
+
+void DocumentController::raiseNextTo(const ImageDocument& document, std::ptrdiff_t steps) {
+    const auto at = std::ranges::find(documents_, &document, &std::shared_ptr<ImageDocument>::get);
+    if (at == documents_.end()) return;
+    const std::ptrdiff_t count = std::ssize(documents_);
+    const std::ptrdiff_t wanted = (at - documents_.begin() + steps % count + count) % count;
+    raiseDocument(*documents_[static_cast<std::size_t>(wanted)]);
+}
+
+void DocumentController::closeAll() {
+    Documents all = documents_;
+    std::ranges::reverse(all);
+    closeNext(std::move(all));
+}
+
+void DocumentController::closeNext(Documents left) {
+    while (!left.empty() && left.back()->window() == nullptr)
+        left.pop_back();
+    if (left.empty()) return;
+    const auto document = left.back();
+    left.pop_back();
+    if (document->isEdited()) raise(*document->window());
+    document->shouldClose(
+        [this, document, left = std::move(left), alive = std::weak_ptr(alive_)](bool mayClose) {
+            if (!mayClose || alive.expired()) return;
+            document->close();
+            closeNext(left);
+        });
+}
+
 void DocumentController::chooseAndOpen(QWidget* on) {
     services_.dialogs.chooseFilesToOpen(
         on, lastFolder(), [this, on = QPointer<QWidget>(on)](const std::vector<Path>& paths) {

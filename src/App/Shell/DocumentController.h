@@ -44,6 +44,13 @@ public:
     void makeDocument(const Canvas& canvas, const DocumentState::Background& background);
     void chooseAndOpen(QWidget* on);
     void openFiles(const std::vector<Path>& paths, QWidget* on = nullptr);
+    /// The same picture in a document of its own, without a file.
+    void duplicate(const ImageDocument& document);
+    void raiseDocument(ImageDocument& document);
+    /// The window of the document so many places further, round and round.
+    void raiseNextTo(const ImageDocument& document, std::ptrdiff_t steps);
+    /// Asks for every unsaved document; those before a cancelled question are closed.
+    void closeAll();
     /// After a document went. The start window comes when it was the last.
     void removeDocument(ImageDocument& document);
 
@@ -88,6 +95,7 @@ private:
             if (!alive.expired()) answer(std::forward<decltype(result)>(result));
         };
     }
+    void closeNext(Documents left);
     void askNext(Documents left);
     void finish();
 

@@ -18,13 +18,55 @@ void ImageDocument::save(SaveCompletion completion) {
     saveAs(std::move(completion));
 }
 
+namespace {
+
+Dialogs::SavePlace nativePlace(const char* title, std::filesystem::path proposed) {
+    return {.title = title,
+            .proposed = std::move(proposed),
+            .filter = fromQt(nativeFilter()),
+            .suffix = std::string(NativeFormat::fileExtension)};
+}
+
+} // namespace
+
+void ImageDocument::saveCopy() {
+    Path proposed = proposedPath(NativeFormat::fileExtension);
+    proposed.replace_filename(
+        fmt::format("{} copy.{}", proposed.stem().string(), NativeFormat::fileExtension));
+    services_.dialogs.choosePlace(window_, nativePlace("Save a Copy", proposed),
+                                  [weak = weak_from_this()](const std::optional<Path>& path) {
+                                      const auto self = weak.lock();
+                                      if (self && !self->isClosed_ && path) self->writeCopy(*path);
+                                  });
+}
+
+void ImageDocument::writeCopy(const Path& path) {
+    const std::string name = path.filename().string();
+    if (path == fileURL_ || controller_.isOpenElsewhere(path, *this)) {
+        services_.dialogs.tellFailure(window_, fmt::format("“{}” could not be saved.", name),
+                                      "A document with this name is open.");
+        return;
+    }
+    auto activity = services_.activities.begin(fmt::format("Saving {}", name), this);
+    const auto work = [board = board(), path, progress = activity->progress()] {
+        return saveNative(board, path, progress.get());
+    };
+    postWithAnswer(services_.worker, work, services_.main,
+                   [weak = weak_from_this(), activity, name](auto written) mutable {
+                       activity.reset();
+                       const auto self = weak.lock();
+                       if (!self || self->isClosed_) return;
+                       if (written) return self->window_->showMessage("Saved a copy as " + name);
+                       if (written.error().isCancelled()) return;
+                       self->services_.dialogs.tellFailure(
+                           self->window_, fmt::format("“{}” could not be saved.", name),
+                           written.error().text());
+                   });
+}
+
 void ImageDocument::saveAs(SaveCompletion completion) {
-    const Dialogs::SavePlace place{.title = "Save As",
-                                   .proposed = proposedPath(NativeFormat::fileExtension),
-                                   .filter = fromQt(nativeFilter()),
-                                   .suffix = std::string(NativeFormat::fileExtension)};
     services_.dialogs.choosePlace(
-        window_, place,
+        window_, nativePlace("Save As", proposedPath(NativeFormat::fileExtension)),
         [weak = weak_from_this(), completion = std::move(completion)](std::optional<Path> path) {
             const auto self = weak.lock();
             if (!self || self->isClosed_) return;
@@ -176,6 +218,37 @@ void ImageDocument::finishRevert(const Path& path,
     editedStateChanged();
 }
 
+// Work that is queued changes the document: it ends, or is cancelled, before anything is decided.
+void ImageDocument::askToWait(std::function<void(bool)> answer) {
+    const auto& running = *session_->_runningCommand;
+    const std::string name = running ? running->name : "The work on the document";
+    const Dialogs::Confirmation question{
+        .title = fmt::format("Wait for “{}” and close then?", name),
+        .text = "It has not ended. To close without it, cancel it below the canvas first.",
+        .accept = "Wait and Close"};
+    services_.dialogs.confirm(
+        window_, question,
+        [weak = weak_from_this(), answer = std::move(answer)](bool isWanted) mutable {
+            const auto self = weak.lock();
+            if (!self || self->isClosed_) return;
+            if (!isWanted) return answer(false);
+            self->whenQuiet([weak, answer = std::move(answer)] {
+                const auto waiting = weak.lock();
+                if (waiting && !waiting->isClosed_) waiting->shouldClose(answer);
+            });
+        });
+}
+
+void ImageDocument::whenQuiet(std::function<void()> then) {
+    if (!*session_->_isBusy) return then();
+    quiet_ = session_->_isBusy.onChange([this, then = std::move(then)](bool isBusy) {
+        if (isBusy) return;
+        // In a turn of its own: the last operation is still being ended.
+        services_.main.post(then);
+        quiet_.disconnect();
+    });
+}
+
 void ImageDocument::shouldClose(std::function<void(bool)> answer) {
     if (isSaving_) {
         whenSaved_.emplace_back([weak = weak_from_this(), answer](SaveResult) {
@@ -183,6 +256,7 @@ void ImageDocument::shouldClose(std::function<void(bool)> answer) {
         });
         return;
     }
+    if (*session_->_isBusy && !session_->isLiveInTurn()) return askToWait(std::move(answer));
     // A stroke that is still being rendered is an edit as soon as it ends.
     if (!isEdited() && !session_->isLiveInTurn()) return answer(true);
     services_.dialogs.askToSave(

@@ -12,9 +12,10 @@
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/FileKinds.h"
 #include "App/Shell/ImageDocument.h"
+#include "App/Shell/PlainKeys.h"
 #include "App/Shell/ProgressStrip.h"
-#include "App/Shell/QtPath.h"
 #include "App/Shell/ReportCard.h"
+#include "App/Shell/WindowListMenus.h"
 #include "App/Shell/WindowMenus.h"
 #include "Base/ThreadPool.h"
 #include "Core/ViewMapping.h"
@@ -26,10 +27,10 @@
 #include <QDockWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QPointer>
-#include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
@@ -39,35 +40,24 @@ namespace ombrel {
 namespace {
 
 constexpr int messageMilliseconds = 8000;
-constexpr QSize usualSize(1280, 820);
-constexpr int layoutVersion = 2;
-constexpr int usualPanelWidth = 264;
-constexpr int heightOfTheRest = 1000; ///< as much as there is
-constexpr const char* geometryKey = "windowGeometry";
-constexpr const char* layoutKey = "windowLayout";
-
-QByteArray bytesOf(const Settings& settings, const char* key) {
-    const Json value = settings.json(key);
-    return value.is_string()
-               ? QByteArray::fromBase64(QByteArray::fromStdString(value.get<std::string>()))
-               : QByteArray();
-}
-
-void keep(Settings& settings, const char* key, const QByteArray& bytes) {
-    settings.setJson(key, bytes.toBase64().toStdString());
-}
+/// What the canvas offers where the tool has no menu of its own; null: a line.
+constexpr const char* canvasMenu[] = {
+    "undo",        "redo",    nullptr, "newLayer", "duplicateLayers", "deleteLayers", nullptr,
+    "mergeLayers", "flatten", nullptr, "zoomFit",  "zoom100",         "resetRotation"};
 
 } // namespace
 
 DocumentWindow::DocumentWindow(ImageDocument& document, DocumentController& controller,
                                AppServices& services)
-    : document_(&document), controller_(controller), services_(services) {
+    : document_(&document), controller_(controller), services_(services),
+      layout_(*this, services.settings) {
     setAcceptDrops(true);
     setDockOptions(AnimatedDocks | AllowTabbedDocks | AllowNestedDocks);
     makeCanvas();
     makeMenus();
     makeStatusBar();
     connectSession();
+    connectSettings();
     updateTitle();
     updateActionsNow();
 }
@@ -83,7 +73,7 @@ void DocumentWindow::makeCanvas() {
     connections_.push_back(
         canvas_->statusMessage.connect([this](const std::string& text) { showMessage(text); }));
     connections_.push_back(
-        canvas_->menuRequested.connect([this](QPoint place) { openBrushList(place); }));
+        canvas_->menuRequested.connect([this](QPoint place) { showCanvasMenu(place); }));
 }
 
 PanelContext DocumentWindow::panelContext() {
@@ -91,12 +81,6 @@ PanelContext DocumentWindow::panelContext() {
     return {document_->session(), services_.main,   ThreadPool::shared(TaskPriority::utility),
             services_.store,      services_.device, services_.settings,
             services_.brushes,    services_.dialogs};
-}
-
-// Who paints looks for another brush where the canvas has no menu.
-void DocumentWindow::openBrushList(QPoint place) {
-    auto* const tool = dynamic_cast<BrushTool*>(document_->session()->tool());
-    if (tool != nullptr) (new BrushList(panelContext(), *tool, canvas_))->openAt(place);
 }
 
 std::vector<std::function<void()>> DocumentWindow::pieces() {
@@ -107,8 +91,7 @@ std::vector<std::function<void()>> DocumentWindow::pieces() {
             auto* dock = new QDockWidget(panel.title, this);
             dock->setObjectName(panel.identifier);
             dock->setWidget(panel.make(context, dock));
-            addDockWidget(panel.area, dock);
-            joinGroup(*dock, panel);
+            layout_.place(panel, *dock);
         });
     }
     pieces.emplace_back(
@@ -118,38 +101,10 @@ std::vector<std::function<void()>> DocumentWindow::pieces() {
     pieces.emplace_back(
         [this, context] { statusBar()->addPermanentWidget(new StatusFields(context, this)); });
     pieces.emplace_back([this] {
-        fillPanelsMenu();
-        arrangePanels();
-        restoreLayout();
+        takePanels();
+        layout_.restore(controller_.lastDocumentFrame());
     });
     return pieces;
-}
-
-QDockWidget* DocumentWindow::frontOf(const PanelDescription& panel) const {
-    const auto first = std::ranges::find_if(panelCatalog(), [&](const PanelDescription& other) {
-        return *panel.group != '\0' ? std::string_view(other.group) == panel.group
-                                    : &other == &panel;
-    });
-    return findChild<QDockWidget*>(first->identifier);
-}
-
-void DocumentWindow::joinGroup(QDockWidget& dock, const PanelDescription& panel) {
-    QDockWidget* front = frontOf(panel);
-    if (front != nullptr && front != &dock) tabifyDockWidget(front, &dock);
-}
-
-void DocumentWindow::arrangePanels() {
-    // Those that take what is left come first: the heights of the others are then kept.
-    for (const bool takesTheRest : {true, false}) {
-        for (const PanelDescription& panel : panelCatalog()) {
-            QDockWidget* front = frontOf(panel);
-            if (front->objectName() != panel.identifier) continue;
-            if ((panel.height == 0) != takesTheRest) continue;
-            front->raise();
-            resizeDocks({front}, {takesTheRest ? heightOfTheRest : panel.height}, Qt::Vertical);
-            resizeDocks({front}, {usualPanelWidth}, Qt::Horizontal);
-        }
-    }
 }
 
 void DocumentWindow::present(std::vector<std::string> report) {
@@ -170,34 +125,51 @@ void DocumentWindow::present(std::vector<std::string> report) {
 
 void DocumentWindow::makeMenus() {
     actions_ = fillMenuBar(*menuBar(), [this] { return context(); });
-    if (QMenu* recent = menuOf(*menuBar(), "openRecent")) {
-        connect(recent, &QMenu::aboutToShow, this, [this, recent] { fillRecent(*recent); });
-        fillRecent(*recent);
+    keepListMenus(*menuBar(), [this] { return context(); });
+    const auto mayTake = [this] {
+        return document_ != nullptr && !*document_->session()->_isEditingType;
+    };
+    new PlainKeys(*this, *canvas_, [this] { return std::span<QAction* const>(actions_); }, mayTake);
+    takeKeys();
+}
+
+void DocumentWindow::takePanels() {
+    panelActions_ = addPanelActions(*menuBar(), *this);
+    takeKeys();
+}
+
+void DocumentWindow::takeKeys() {
+    if (document_ == nullptr) return;
+    const ShortcutTable table(services_.settings);
+    for (const auto& actions : {actions_, panelActions_}) {
+        for (QAction* action : actions)
+            giveKeys(*action, table.keysOf(fromQt(action->objectName())));
     }
 }
 
-void DocumentWindow::fillPanelsMenu() {
-    panelsMenu_ = menuOf(*menuBar(), "panels");
-    for (const QDockWidget* dock : findChildren<QDockWidget*>())
-        panelsMenu_->addAction(dock->toggleViewAction());
-    for (const QToolBar* bar : findChildren<QToolBar*>())
-        panelsMenu_->addAction(bar->toggleViewAction());
-    panelsMenu_->setEnabled(!panelsMenu_->isEmpty());
+// Who paints looks for another brush where the canvas has no menu.
+void DocumentWindow::showCanvasMenu(QPoint place) {
+    if (auto* const tool = dynamic_cast<BrushTool*>(document_->session()->tool()))
+        return (new BrushList(panelContext(), *tool, canvas_))->openAt(place);
+    updateActionsNow();
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    for (const char* identifier : canvasMenu) {
+        if (identifier == nullptr)
+            menu->addSeparator();
+        else
+            menu->addAction(action(identifier));
+    }
+    menu->popup(place);
 }
 
-void DocumentWindow::fillRecent(QMenu& menu) {
-    menu.clear();
-    for (const auto& path : controller_.recentFiles().paths()) {
-        QAction* action = menu.addAction(qtPath(path.filename()));
-        action->setToolTip(qtPath(path));
-        connect(action, &QAction::triggered, this,
-                [this, path] { controller_.openFiles({path}, this); });
-    }
-    const bool isEmpty = menu.isEmpty();
-    menu.addSeparator();
-    QAction* clear = menu.addAction("Clear List");
-    clear->setEnabled(!isEmpty);
-    connect(clear, &QAction::triggered, this, [this] { controller_.recentFiles().clear(); });
+QMenu* DocumentWindow::createPopupMenu() {
+    auto* menu = new QMenu(this); // whoever asked shows and deletes it
+    for (QAction* panel : panelActions_)
+        menu->addAction(panel);
+    menu->addSeparator();
+    menu->addAction(action("resetWorkspace"));
+    return menu;
 }
 
 void DocumentWindow::makeStatusBar() {
@@ -235,8 +207,30 @@ void DocumentWindow::connectSession() {
     };
 }
 
+void DocumentWindow::connectSettings() {
+    // Callbacks of settings may come in the midst of a change of several keys.
+    const auto later = [this](void (DocumentWindow::*change)()) {
+        return [this, change](const Json&) {
+            QMetaObject::invokeMethod(
+                this, [this, change] { (this->*change)(); }, Qt::QueuedConnection);
+        };
+    };
+    Settings& settings = services_.settings;
+    connections_.push_back(
+        settings.onChange(ShortcutTable::settingsKey, later(&DocumentWindow::takeKeys)));
+    connections_.push_back(settings.onChange(SettingKeys::historyStates.name,
+                                             later(&DocumentWindow::takeHistoryStates)));
+    for (const BoolSetting& key : {SettingKeys::zoomLocked, SettingKeys::rotationLocked})
+        connections_.push_back(settings.onChange(key.name, later(&DocumentWindow::updateActions)));
+}
+
+void DocumentWindow::takeHistoryStates() {
+    if (DocumentSession* edited = session())
+        edited->setHistoryStates(services_.settings.get(SettingKeys::historyStates));
+}
+
 void DocumentWindow::release() {
-    saveLayout();
+    if (isVisible()) layout_.save(); // else it is not complete yet
     connections_.clear();
     DocumentSession& session = *document_->session();
     session.onError = {};
@@ -274,6 +268,10 @@ void DocumentWindow::updateActions() {
 void DocumentWindow::updateActionsNow() {
     isUpdateWaiting_ = false;
     if (document_ != nullptr) refreshActions(actions_, context());
+}
+
+DocumentSession* DocumentWindow::session() const {
+    return document_ != nullptr ? document_->session().get() : nullptr;
 }
 
 QAction* DocumentWindow::action(std::string_view identifier) const {
@@ -320,21 +318,11 @@ void DocumentWindow::dropEvent(QDropEvent* event) {
     paste(*document_, services_, pasteSources(*event->mimeData()), target);
 }
 
-void DocumentWindow::restoreLayout() {
-    resize(usualSize);
-    restoreState(bytesOf(services_.settings, layoutKey), layoutVersion);
-    if (controller_.lastDocumentFrame()) {
-        setGeometry(*controller_.lastDocumentFrame());
-    } else if (!restoreGeometry(bytesOf(services_.settings, geometryKey))) {
-        const QRect free = screen()->availableGeometry();
-        resize(usualSize.boundedTo(free.size() * 0.92));
-    }
-}
-
-void DocumentWindow::saveLayout() {
-    if (!isVisible()) return; // not complete yet
-    keep(services_.settings, geometryKey, saveGeometry());
-    keep(services_.settings, layoutKey, saveState(layoutVersion));
+void DocumentWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() != QEvent::WindowStateChange) return;
+    layout_.windowStateChanged();
+    updateActions();
 }
 
 } // namespace ombrel

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "App/Shell/AppServices.h"
+#include "App/Shell/PanelLayout.h"
 #include "App/Shell/WindowAction.h"
 #include "Base/Signal.h"
 
@@ -44,30 +45,29 @@ public:
     void showReport(const std::vector<std::string>& report);
 
     CanvasView& canvas() const { return *canvas_; }
+    PanelLayout& layout() { return layout_; }
+    DocumentSession* session() const;                   ///< null once released
     QAction* action(std::string_view identifier) const; ///< null where there is none
 
 protected:
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
-    QMenu* createPopupMenu() override { return nullptr; }
+    void changeEvent(QEvent* event) override;
+    QMenu* createPopupMenu() override; ///< of docks and bars
 
 private:
     void makeCanvas();
     void makeMenus();
     void makeStatusBar();
     PanelContext panelContext();
-    void openBrushList(QPoint place); ///< on the screen
     std::vector<std::function<void()>> pieces();
-    /// The panel in front of the others of its group; null before that one is made.
-    QDockWidget* frontOf(const PanelDescription& panel) const;
-    void joinGroup(QDockWidget& dock, const PanelDescription& panel);
-    void arrangePanels();
-    void fillPanelsMenu();
-    void fillRecent(QMenu& menu);
+    void takePanels();
+    void takeKeys();
+    void takeHistoryStates();
+    void showCanvasMenu(QPoint place);
     void connectSession();
-    void restoreLayout();
-    void saveLayout();
+    void connectSettings();
     void updateActionsNow();
     ActionContext context();
 
@@ -76,8 +76,9 @@ private:
     AppServices& services_;
     CanvasView* canvas_ = nullptr;
     ProgressStrip* progress_ = nullptr;
-    QMenu* panelsMenu_ = nullptr;
-    std::vector<QAction*> actions_; ///< as in the table
+    PanelLayout layout_;
+    std::vector<QAction*> actions_;      ///< as in the table
+    std::vector<QAction*> panelActions_; ///< show and hide panels and bars
     bool isUpdateWaiting_ = false;
     std::vector<Connection> connections_;
 };

@@ -9,12 +9,14 @@
 #include "App/Shell/EventLoopBridge.h"
 #include "App/Shell/MessageBoxes.h"
 #include "App/Shell/RunningInstance.h"
+#include "App/Shell/ShortcutTable.h"
 #include "App/Shell/SignalWatch.h"
 #include "App/Shell/Watchdog.h"
 #include "Base/Log.h"
 #include "Base/MainExecutor.h"
 #include "Base/ThreadPool.h"
 #include "Base/XdgFolders.h"
+#include "Core/ScratchFolder.h"
 #include "Editor/BrushPresetStore.h"
 #include "Editor/SwatchLibrary.h"
 #include "Engine/CpuDevice.h"
@@ -56,6 +58,14 @@ Files absoluteFiles(std::span<const std::string> files) {
         paths.push_back(error ? std::filesystem::path(file) : path);
     }
     return paths;
+}
+
+// Before the toolkit starts, and before the first tile is made.
+void applyStartSettings(const Settings& settings) {
+    ScratchFolder::choose(settings.get(SettingKeys::scratchFolder));
+    const double scale = settings.get(SettingKeys::interfaceScale);
+    if (scale != 1 && qEnvironmentVariableIsEmpty("QT_SCALE_FACTOR"))
+        qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
 }
 
 void setBudget(TileStore& store, const Settings& settings) {
@@ -101,6 +111,10 @@ int runWindows(RunningInstance& instance, const Files& files) {
             setBudget(services.store, services.settings);
         });
     setBudget(services.store, services.settings);
+    const auto letters = services.settings.onChange(ShortcutTable::settingsKey, [&](const Json&) {
+        ShortcutTable(services.settings).applyToTools();
+    });
+    ShortcutTable(services.settings).applyToTools();
     const EventLoopBridge bridge(MainExecutor::shared());
     DocumentController controller(services, [] { QCoreApplication::quit(); });
     const SignalWatch signals([&] { controller.endAtOnce(); });
@@ -127,6 +141,7 @@ int runEditor(int argc, char** argv, std::span<const std::string> files) {
     QApplication::setApplicationName("ombrel");
     QApplication::setDesktopFileName("ombrel");
     QApplication::setApplicationVersion(OMBREL_VERSION);
+    applyStartSettings(Settings::shared());
     WatchedApplication application(argc, argv);
     QApplication::setWindowIcon(appIcon());
     GraphicsProbe::begin();

@@ -1,11 +1,10 @@
-// The menus File, Edit and Help.
-#include "App/Shell/AboutDialogs.h"
+// The menu File.
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/DocumentWindow.h"
 #include "App/Shell/ExportDialog.h"
+#include "App/Shell/InformationDialogs.h"
+#include "App/Shell/PlaceImage.h"
 #include "App/Shell/WindowAction.h"
-
-#include <QApplication>
 
 namespace ombrel {
 
@@ -13,17 +12,16 @@ namespace {
 
 using In = const ActionContext&;
 
-bool isQuiet(In in) {
-    return !*in.session._isLiveEditing && !*in.session._isBusy;
+const char* canSave(In in) {
+    if (in.document.isSaving()) return "The document is being saved.";
+    return in.document.isReverting() ? "The document is being read anew." : nullptr;
 }
-bool canSave(In in) {
-    return !in.document.isSaving() && !in.document.isReverting();
-}
-bool canRevert(In in) {
-    return in.document.source() && in.document.isEdited() && canSave(in) && isQuiet(in);
-}
-std::string withName(const char* verb, const std::optional<std::string>& name) {
-    return name ? std::string(verb) + " " + *name : verb;
+const char* canRevert(In in) {
+    if (const char* why = canSave(in)) return why;
+    if (!in.document.source()) return "The document comes from no file yet.";
+    if (!in.document.isEdited()) return "Nothing was changed since the file was read.";
+    const bool isQuiet = !*in.session._isLiveEditing && !*in.session._isBusy;
+    return isQuiet ? nullptr : "An edit is under way: finish it first.";
 }
 
 constexpr WindowAction file[] = {
@@ -34,41 +32,29 @@ constexpr WindowAction file[] = {
     {"&File", "openRecent", "Open &Recent"},
     {"&File", nullptr, nullptr},
     {"&File", "close", "&Close", "Ctrl+W", nullptr, [](In in) { in.window.close(); }},
+    {"&File", "closeAll", "Close A&ll", "Ctrl+Alt+W", nullptr,
+     [](In in) { in.controller.closeAll(); }},
     {"&File", "save", "&Save", "Ctrl+S", canSave, [](In in) { in.document.save(); }},
     {"&File", "saveAs", "Save &As…", "Ctrl+Shift+S", canSave, [](In in) { in.document.saveAs(); }},
-    {"&File", "revert", "Re&vert", "", canRevert, [](In in) { in.document.revert(); }},
+    {"&File", "saveCopy", "Save a Cop&y…", "Ctrl+Alt+S", canSave,
+     [](In in) { in.document.saveCopy(); }},
+    {"&File", "revert", "Re&vert", "F12", canRevert, [](In in) { in.document.revert(); }},
     {"&File", nullptr, nullptr},
+    {"&File", "placeImage", "&Place Image…", "", nullptr,
+     [](In in) { choosePlacedImage(in.window, in.document, in.controller); }},
     {"&File", "export", "&Export As…", "Ctrl+Shift+E", nullptr,
      [](In in) { ExportDialog::showOn(in.window, in.document, in.controller.services()); }},
     {"&File", nullptr, nullptr},
+    {"&File", "fileInformation", "&Information…", "Ctrl+Alt+Shift+I", nullptr,
+     [](In in) { showDocumentInformation(in.window, in.document); }},
+    {"&File", nullptr, nullptr},
     {"&File", "quit", "&Quit", "Ctrl+Q", nullptr, [](In in) { in.controller.quit(); }},
-};
-
-constexpr WindowAction edit[] = {
-    {"&Edit", "undo", "&Undo", "Ctrl+Z", [](In in) { return in.session.takesUndo(); },
-     [](In in) { in.session.undo(); },
-     [](In in) { return withName("&Undo", in.session.undoName()); }},
-    {"&Edit", "redo", "&Redo", "Ctrl+Shift+Z", [](In in) { return in.session.takesRedo(); },
-     [](In in) { in.session.redo(); },
-     [](In in) { return withName("&Redo", in.session.redoName()); }},
-};
-
-constexpr WindowAction help[] = {
-    {"&Help", "shortcuts", "&Keyboard Shortcuts", "F1", nullptr,
-     [](In in) { showShortcuts(in.window); }},
-    {"&Help", "about", "&About Ombrel", "", nullptr, [](In in) { showAbout(&in.window); }},
 };
 
 } // namespace
 
 std::span<const WindowAction> fileActions() {
     return file;
-}
-std::span<const WindowAction> editActions() {
-    return edit;
-}
-std::span<const WindowAction> helpActions() {
-    return help;
 }
 
 } // namespace ombrel

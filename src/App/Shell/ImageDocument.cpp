@@ -165,6 +165,7 @@ ImageDocument::Path ImageDocument::proposedPath(std::string_view extension) cons
 void ImageDocument::close() {
     if (std::exchange(isClosed_, true)) return;
     recovery_->close();
+    quiet_.disconnect();
     session_->onDocumentChange = {};
     session_->cancelLive();
     if (*session_->_runningCommand) (*session_->_runningCommand)->progress->cancel();

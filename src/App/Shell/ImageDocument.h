@@ -97,6 +97,7 @@ public:
     /// To its file, or to one that is asked for.
     void save(SaveCompletion completion = {});
     void saveAs(SaveCompletion completion = {});
+    void saveCopy(); ///< beside its own file, which it stays with
     void saveToURL(const Path& path, SaveCompletion completion);
     void exportToURL(const Path& path, ImageFormat format, const ExportOptions& options);
     void revert(); ///< asks first
@@ -115,6 +116,9 @@ private:
     void makeRecovery();
     void connectSession();
     void editedStateChanged();
+    void writeCopy(const Path& path);
+    void askToWait(std::function<void(bool)> answer);
+    void whenQuiet(std::function<void()> then); ///< once no operation is queued
     void finishSave(const Path& path, const std::expected<std::uint64_t, NativeSaveError>& written);
     void finishRevert(const Path& path, const std::expected<void, DocumentReadError>& read);
     void endSaving(SaveResult result);
@@ -140,6 +144,7 @@ private:
     std::optional<FileLock> fileLock_;
     std::optional<EditedMark> mark_;
     DocumentWindow* window_ = nullptr;
+    Connection quiet_; ///< waits for the end of queued work
     bool isSaving_ = false;
     bool isReverting_ = false;
     std::vector<SaveCompletion> whenSaved_;

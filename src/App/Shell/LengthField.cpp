@@ -1,7 +1,11 @@
 #include "App/Shell/LengthField.h"
+
 #include "App/Look/QtText.h"
+#include "Base/Settings.h"
 
 #include <QComboBox>
+
+#include <algorithm>
 
 namespace ombrel {
 
@@ -39,6 +43,11 @@ void LengthField::showPixels() {
              lengthOf(static_cast<double>(largestCanvasSide), unit_, resolution_));
     setValue(lengthOf(pixels_, unit_, resolution_));
     isShowing_ = false;
+}
+
+LengthUnit unitOf(const Settings& settings) {
+    const std::string symbol = settings.get(SettingKeys::lengthUnit);
+    return std::ranges::find(lengthUnits(), symbol, &LengthUnitTraits::symbol)->unit;
 }
 
 QComboBox* makeUnitChoice(QWidget* parent) {

@@ -12,6 +12,8 @@ class QComboBox;
 
 namespace ombrel {
 
+class Settings;
+
 class LengthField final : public QDoubleSpinBox {
 public:
     explicit LengthField(QWidget* parent);
@@ -33,6 +35,8 @@ private:
     bool isShowing_ = false;
 };
 
+/// The one that lengths are shown in, by the settings.
+LengthUnit unitOf(const Settings& settings);
 /// All units, the data of each its number.
 QComboBox* makeUnitChoice(QWidget* parent);
 LengthUnit chosenUnit(const QComboBox& choice);

@@ -1,6 +1,7 @@
 #include "App/Shell/SizeDialogs.h"
 
 #include "App/Look/QtText.h"
+#include "App/Shell/FormDialog.h"
 #include "App/Shell/LengthField.h"
 #include "Commands/CanvasCommands.h"
 #include "Commands/ImageSizeCommand.h"
@@ -11,12 +12,10 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
-#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QLabel>
 #include <QToolButton>
-#include <QVBoxLayout>
 
 #include <array>
 #include <memory>
@@ -35,36 +34,14 @@ constexpr std::array<std::pair<const char*, ResampleFilter>, 4> filters{{
     {"Nearest (hard pixels)", ResampleFilter::nearest},
 }};
 
-/// A form with OK and Cancel on a window; `accepted` runs before it closes.
-QDialog* makeDialog(QWidget& window, const char* name, const QString& title, QFormLayout* form,
-                    std::function<void()> accepted) {
-    auto* dialog = new QDialog(&window);
-    dialog->setObjectName(name);
-    dialog->setWindowTitle(title);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowModality(Qt::WindowModal);
-    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, dialog);
-    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::close);
-    QObject::connect(buttons, &QDialogButtonBox::accepted, dialog,
-                     [dialog, accepted = std::move(accepted)] {
-                         accepted();
-                         dialog->close();
-                     });
-    auto* layout = new QVBoxLayout(dialog);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addLayout(form);
-    layout->addWidget(buttons);
-    return dialog;
-}
-
 /// Width, height and their unit, which three dialogs' worth of fields share.
 struct SizeFields {
     LengthField* width = new LengthField(nullptr);
     LengthField* height = new LengthField(nullptr);
     QComboBox* unit = makeUnitChoice(nullptr);
 
-    explicit SizeFields(const Canvas& canvas) {
+    SizeFields(const Canvas& canvas, const Settings& settings) {
+        unit->setCurrentIndex(unit->findData(static_cast<int>(unitOf(settings))));
         width->setObjectName("width");
         height->setObjectName("height");
         setUnit(canvas.resolution);
@@ -101,8 +78,8 @@ struct ImageSizeFields {
     QCheckBox* resamples = new QCheckBox("Resample the picture");
     QComboBox* filter = new QComboBox;
 
-    explicit ImageSizeFields(const Canvas& canvas)
-        : before(canvas), size(canvas), resolution(makeResolution(canvas.resolution)) {
+    ImageSizeFields(const Canvas& canvas, const Settings& settings)
+        : before(canvas), size(canvas, settings), resolution(makeResolution(canvas.resolution)) {
         keepsShape->setChecked(true);
         resamples->setChecked(true);
         resamples->setObjectName("resamples");
@@ -169,8 +146,8 @@ QWidget* makeAnchorChoice(const std::shared_ptr<CanvasAnchor>& chosen) {
 
 } // namespace
 
-void showImageSize(QWidget& window, DocumentSession& session) {
-    const auto fields = std::make_shared<ImageSizeFields>(session._state->canvas);
+void showImageSize(QWidget& window, DocumentSession& session, const Settings& settings) {
+    const auto fields = std::make_shared<ImageSizeFields>(session._state->canvas, settings);
     auto* form = new QFormLayout;
     fields->size.addTo(*form);
     form->addRow("Resolution", fields->resolution);
@@ -183,12 +160,12 @@ void showImageSize(QWidget& window, DocumentSession& session) {
         const auto edited = weak.lock();
         if (edited && (command.size || command.resolution)) edited->perform(command);
     };
-    makeDialog(window, "imageSizeDialog", "Image Size", form, accept)->show();
+    makeFormDialog(window, "imageSizeDialog", "Image Size", form, accept)->show();
 }
 
-void showCanvasSize(QWidget& window, DocumentSession& session) {
+void showCanvasSize(QWidget& window, DocumentSession& session, const Settings& settings) {
     const Canvas& canvas = session._state->canvas;
-    const auto fields = std::make_shared<SizeFields>(canvas);
+    const auto fields = std::make_shared<SizeFields>(canvas, settings);
     const auto anchor = std::make_shared<CanvasAnchor>(CanvasAnchor::center);
     auto* form = new QFormLayout;
     form->addRow("Now", new QLabel(toQt(canvas.size.text()) + " px"));
@@ -201,7 +178,7 @@ void showCanvasSize(QWidget& window, DocumentSession& session) {
         if (edited && fields->size() != edited->_state->canvas.size)
             edited->perform(CanvasSizeCommand{fields->size(), *anchor});
     };
-    makeDialog(window, "canvasSizeDialog", "Canvas Size", form, accept)->show();
+    makeFormDialog(window, "canvasSizeDialog", "Canvas Size", form, accept)->show();
 }
 
 void showRotateBy(QWidget& window, DocumentSession& session) {
@@ -217,7 +194,7 @@ void showRotateBy(QWidget& window, DocumentSession& session) {
         const auto edited = weak.lock();
         if (edited && angle->value() != 0) edited->perform(RotateCanvasCommand{angle->value()});
     };
-    makeDialog(window, "rotateDialog", "Rotate Canvas", form, accept)->show();
+    makeFormDialog(window, "rotateDialog", "Rotate Canvas", form, accept)->show();
 }
 
 } // namespace ombrel

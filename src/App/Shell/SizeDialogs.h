@@ -6,9 +6,10 @@ class QWidget;
 namespace ombrel {
 
 class DocumentSession;
+class Settings;
 
-void showImageSize(QWidget& window, DocumentSession& session);
-void showCanvasSize(QWidget& window, DocumentSession& session);
+void showImageSize(QWidget& window, DocumentSession& session, const Settings& settings);
+void showCanvasSize(QWidget& window, DocumentSession& session, const Settings& settings);
 void showRotateBy(QWidget& window, DocumentSession& session);
 
 } // namespace ombrel

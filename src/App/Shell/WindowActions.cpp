@@ -7,8 +7,10 @@ namespace ombrel {
 std::span<const WindowAction> windowActions() {
     static const std::vector<WindowAction> all = [] {
         std::vector<WindowAction> joined;
-        for (const auto& part : {fileActions(), editActions(), clipboardActions(), imageActions(),
-                                 layerActions(), viewActions(), helpActions()})
+        for (const auto& part :
+             {fileActions(), editActions(), clipboardActions(), settingsActions(), imageActions(),
+              layerActions(), layerPropertyActions(), mergeActions(), selectActions(),
+              viewActions(), windowMenuActions(), helpActions()})
             joined.insert(joined.end(), part.begin(), part.end());
         return joined;
     }();

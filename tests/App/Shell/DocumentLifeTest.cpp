@@ -1,4 +1,5 @@
 #include "App/Shell/ImageDocument.h"
+#include "Commands/RotateCommands.h"
 #include "IO/Native/NativeFile.h"
 #include "ShellFixture.h"
 #include "support/FileSizeLimit.h"
@@ -294,6 +295,30 @@ TEST_F(ShellTest, theStartWindowComesWithoutDocumentsAndItsCloseEndsTheProgram) 
     EXPECT_FALSE(hasEnded);
     controller->startWindow()->close();
     EXPECT_TRUE(hasEnded);
+}
+
+TEST_F(ShellTest, closingDuringWorkStaysOrWaitsForWhatTheWorkMakes) {
+    makeDocument();
+    DocumentSession& session = *document().session();
+    session.perform(RotateCanvasCommand{30});
+    ASSERT_TRUE(*session._isBusy);
+    answers.confirmations = {false};
+    document().window()->close();
+    EXPECT_EQ(documentCount(), 1u);
+    ASSERT_TRUE(eventually([&] { return !*session._isBusy; }));
+    const PixelSize turned = session._state->canvas.size;
+    EXPECT_NE(turned, (PixelSize{600, 400}));
+
+    session.perform(RotateCanvasCommand{-90});
+    ASSERT_TRUE(*session._isBusy);
+    answers.confirmations = {true};
+    answers.saves = {SaveAnswer::save};
+    answers.places = {folder / "turned.ombrel"};
+    document().window()->close();
+    EXPECT_EQ(documentCount(), 1u) << "the work goes on";
+    ASSERT_TRUE(waitForDocuments(0));
+    ASSERT_TRUE(openAndWait(folder / "turned.ombrel"));
+    EXPECT_EQ(document().session()->_state->canvas.size, (PixelSize{turned.height, turned.width}));
 }
 
 } // namespace ombrel

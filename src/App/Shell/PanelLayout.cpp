@@ -1,0 +1,195 @@
+#include "App/Shell/PanelLayout.h"
+
+#include "App/Look/QtText.h"
+#include "App/Panels/PanelCatalog.h"
+
+#include <QDockWidget>
+#include <QMainWindow>
+#include <QScreen>
+#include <QStatusBar>
+#include <QToolBar>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace ombrel {
+
+namespace {
+
+constexpr int layoutVersion = 3;
+constexpr QSize usualSize(1280, 820);
+constexpr int usualWidth = 264;       ///< of a column of panels
+constexpr int heightOfTheRest = 1000; ///< as much as there is
+constexpr const char* layoutsKey = "windowLayouts";
+constexpr const char* workspacesKey = "workspaces";
+
+Json encoded(const QByteArray& bytes) {
+    return bytes.toBase64().toStdString();
+}
+
+QByteArray decoded(const Json& json, const char* key) {
+    if (!json.is_object() || !json.contains(key) || !json[key].is_string()) return {};
+    return QByteArray::fromBase64(QByteArray::fromStdString(json[key].get<std::string>()));
+}
+
+Json objectOf(const Settings& settings, const char* key) {
+    Json stored = settings.json(key);
+    return stored.is_object() ? stored : Json::object();
+}
+
+} // namespace
+
+// A screen of another size has a layout of its own.
+std::string PanelLayout::screenKey() const {
+    const QSize size = window_.screen()->size();
+    return fmt::format("{}x{}", size.width(), size.height());
+}
+
+void PanelLayout::restore(const std::optional<QRect>& frame) {
+    const Json layouts = objectOf(settings_, layoutsKey);
+    const auto found = layouts.find(screenKey());
+    const Json last = found != layouts.end() ? *found : Json();
+    window_.resize(usualSize);
+    if (frame) {
+        window_.setGeometry(*frame);
+    } else if (!window_.restoreGeometry(decoded(last, "geometry"))) {
+        window_.resize(usualSize.boundedTo(window_.screen()->availableGeometry().size() * 0.92));
+    }
+    if (!window_.restoreState(decoded(last, "panels"), layoutVersion)) arrange();
+}
+
+void PanelLayout::save() {
+    Json layouts = objectOf(settings_, layoutsKey);
+    Json& last = layouts[screenKey()];
+    if (!last.is_object()) last = Json::object();
+    // Of a window that fills the screen the toolkit keeps the usual place as well.
+    last["geometry"] = encoded(window_.saveGeometry());
+    last["panels"] = encoded(state());
+    settings_.setJson(layoutsKey, layouts);
+}
+
+QByteArray PanelLayout::state() const {
+    return hiding_ == Hiding::nothing ? window_.saveState(layoutVersion) : shown_;
+}
+
+void PanelLayout::toggle(Hiding hiding) {
+    hidesForFullScreen_ = false;
+    if (hiding_ == hiding) return show();
+    show();
+    hide(hiding);
+}
+
+void PanelLayout::hide(Hiding hiding) {
+    shown_ = window_.saveState(layoutVersion);
+    hiding_ = hiding;
+    for (QDockWidget* dock : window_.findChildren<QDockWidget*>())
+        dock->hide();
+    if (hiding != Hiding::everything) return;
+    for (QToolBar* bar : window_.findChildren<QToolBar*>())
+        bar->hide();
+    window_.statusBar()->hide();
+}
+
+void PanelLayout::show() {
+    if (hiding_ == Hiding::nothing) return;
+    hiding_ = Hiding::nothing;
+    window_.statusBar()->show();
+    window_.restoreState(shown_, layoutVersion);
+}
+
+void PanelLayout::toggleFullScreen() {
+    if (window_.isFullScreen()) {
+        window_.setWindowState(window_.windowState() & ~Qt::WindowFullScreen);
+        return;
+    }
+    if (hiding_ == Hiding::nothing) {
+        hide(Hiding::everything);
+        hidesForFullScreen_ = true;
+    }
+    window_.setWindowState(window_.windowState() | Qt::WindowFullScreen);
+}
+
+// The window manager may end it too.
+void PanelLayout::windowStateChanged() {
+    if (window_.isFullScreen() || !hidesForFullScreen_) return;
+    hidesForFullScreen_ = false;
+    show();
+}
+
+void PanelLayout::reset() {
+    hiding_ = Hiding::nothing;
+    window_.statusBar()->show();
+    for (QToolBar* bar : window_.findChildren<QToolBar*>())
+        bar->show();
+    arrange();
+}
+
+void PanelLayout::place(const PanelDescription& panel, QDockWidget& dock) {
+    window_.addDockWidget(panel.area, &dock);
+    QDockWidget* front = frontOf(panel);
+    if (front != nullptr && front != &dock) window_.tabifyDockWidget(front, &dock);
+}
+
+void PanelLayout::arrange() {
+    for (const PanelDescription& panel : panelCatalog()) {
+        auto* dock = window_.findChild<QDockWidget*>(panel.identifier);
+        dock->setFloating(false); // which only one that has its place can do
+        window_.removeDockWidget(dock);
+    }
+    for (const PanelDescription& panel : panelCatalog()) {
+        auto* dock = window_.findChild<QDockWidget*>(panel.identifier);
+        place(panel, *dock);
+        dock->setFloating(false);
+        dock->show();
+    }
+    // Those that take what is left come first: the heights of the others are then kept.
+    for (const bool takesTheRest : {true, false}) {
+        for (const PanelDescription& panel : panelCatalog()) {
+            QDockWidget* front = frontOf(panel);
+            if (front->objectName() != panel.identifier) continue;
+            if ((panel.height == 0) != takesTheRest) continue;
+            front->raise();
+            const int height = takesTheRest ? heightOfTheRest : panel.height;
+            window_.resizeDocks({front}, {height}, Qt::Vertical);
+            window_.resizeDocks({front}, {usualWidth}, Qt::Horizontal);
+        }
+    }
+}
+
+QDockWidget* PanelLayout::frontOf(const PanelDescription& panel) const {
+    const auto first = std::ranges::find_if(panelCatalog(), [&](const PanelDescription& other) {
+        return *panel.group != '\0' ? std::string_view(other.group) == panel.group
+                                    : &other == &panel;
+    });
+    return window_.findChild<QDockWidget*>(first->identifier);
+}
+
+std::vector<std::string> PanelLayout::workspaces() const {
+    const Json stored = objectOf(settings_, workspacesKey);
+    std::vector<std::string> names;
+    for (const auto& [name, state] : stored.items())
+        names.push_back(name);
+    return names;
+}
+
+void PanelLayout::saveWorkspace(const std::string& name) {
+    Json stored = objectOf(settings_, workspacesKey);
+    stored[name] = encoded(state());
+    settings_.setJson(workspacesKey, stored);
+}
+
+bool PanelLayout::applyWorkspace(const std::string& name) {
+    show();
+    return window_.restoreState(decoded(objectOf(settings_, workspacesKey), name.c_str()),
+                                layoutVersion);
+}
+
+void PanelLayout::removeWorkspace(const std::string& name) {
+    Json stored = objectOf(settings_, workspacesKey);
+    stored.erase(name);
+    settings_.setJson(workspacesKey, stored.empty() ? Json() : stored);
+}
+
+} // namespace ombrel
