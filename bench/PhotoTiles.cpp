@@ -4,6 +4,7 @@
 #include "Core/PremultipliedColor.h"
 #include "Core/Tile.h"
 #include "IO/ImageCodecs.h"
+#include "support/TestPlaces.h"
 
 #include <array>
 #include <cmath>
@@ -88,8 +89,7 @@ std::vector<std::byte> cutTile(const Picture& picture, std::size_t left, std::si
 
 const std::vector<std::vector<std::byte>>& photoTiles() {
     static const std::vector<std::vector<std::byte>> tiles = [] {
-        Picture picture =
-            readPhotograph(std::filesystem::path(OMBREL_CORPUS) / "raster/exif/Landscape_1.jpg");
+        Picture picture = readPhotograph(TestPlaces::corpus() / "raster/exif/Landscape_1.jpg");
         if (picture.samples.empty()) picture = drawPicture();
         std::vector<std::vector<std::byte>> cut;
         for (std::size_t top = 0; top + 256 <= picture.height; top += 256) {

@@ -31,12 +31,8 @@ function(ombrel_tests name)
     string(TOLOWER ${room} roomLower)
     target_link_libraries(${lower}_tests PRIVATE ombrel_${roomLower})
   endforeach()
-  target_link_libraries(${lower}_tests PRIVATE ${TESTS_LIBRARIES} GTest::gtest_main ombrel_compile)
-  target_compile_definitions(
-    ${lower}_tests PRIVATE OMBREL_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data"
-                           OMBREL_TEST_GOLDEN="${CMAKE_SOURCE_DIR}/tests/golden"
-                           OMBREL_DOCS="${CMAKE_SOURCE_DIR}/docs"
-                           OMBREL_CORPUS="${CMAKE_SOURCE_DIR}/../shared/corpus")
+  target_link_libraries(${lower}_tests PRIVATE ${TESTS_LIBRARIES} ombrel_test_places
+                        GTest::gtest_main ombrel_compile)
   if(NOT TESTS_LABEL)
     set(TESTS_LABEL unit)
   endif()
@@ -52,4 +48,13 @@ function(ombrel_tests name)
   include(GoogleTest)
   gtest_discover_tests(${lower}_tests DISCOVERY_MODE PRE_TEST
                        PROPERTIES LABELS ${TESTS_LABEL} TIMEOUT ${TESTS_TIMEOUT})
+endfunction()
+
+# The paths of this checkout, for tests and benchmarks: see tests/support/TestPlaces.h.
+function(ombrel_test_places)
+  set(places ${CMAKE_BINARY_DIR}/generated/TestPlaces.cpp)
+  configure_file(${CMAKE_SOURCE_DIR}/cmake/TestPlaces.cpp.in ${places} @ONLY)
+  add_library(ombrel_test_places STATIC ${places})
+  target_include_directories(ombrel_test_places PUBLIC ${CMAKE_SOURCE_DIR}/tests)
+  target_link_libraries(ombrel_test_places PRIVATE ombrel_compile)
 endfunction()

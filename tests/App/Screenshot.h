@@ -1,6 +1,8 @@
 // Pictures of widgets for people to look at, in the build folder's "screenshots".
 #pragma once
 
+#include "support/TestPlaces.h"
+
 #include <QPixmap>
 #include <QWidget>
 #include <filesystem>
@@ -10,7 +12,7 @@ namespace ombrel {
 
 /// At the scale of the run, which the name tells: "layers@2x.png".
 inline void saveScreenshot(QWidget& widget, const std::string& name) {
-    const std::filesystem::path folder(OMBREL_SCREENSHOTS);
+    const std::filesystem::path folder = TestPlaces::screenshots();
     std::filesystem::create_directories(folder);
     const std::string scale = std::to_string(static_cast<int>(widget.devicePixelRatioF()));
     const auto file = folder / (name + "@" + scale + "x.png");

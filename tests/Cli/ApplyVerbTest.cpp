@@ -2,6 +2,7 @@
 #include "Cli/Pictures.h"
 #include "Cli/ProgramRun.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestPlaces.h"
 
 #include <gtest/gtest.h>
 
@@ -124,11 +125,11 @@ TEST_F(ApplyVerb, aFailingStepNamesItselfAndWritesNothing) {
 }
 
 TEST_F(ApplyVerb, aLongScriptGivesTheSameBytesOnEveryRunAndNumberOfCoresAndMemory) {
-    const std::filesystem::path photo = OMBREL_CORPUS "/raster/exif/Landscape_6.jpg";
+    const std::filesystem::path photo = TestPlaces::corpus() / "raster/exif/Landscape_6.jpg";
     const std::string input =
         std::filesystem::exists(photo) ? photo.string() : (folder / "photo.png").string();
     ASSERT_EQ(runProgram({"convert", input, folder / "photo.ombrel"}).exitStatus, 0);
-    std::filesystem::copy_file(OMBREL_TEST_DATA "/scripts/thirty.json", folder / "thirty.json");
+    std::filesystem::copy_file(TestPlaces::data() / "scripts/thirty.json", folder / "thirty.json");
     for (const std::string output : {"png", "ombrel"}) {
         const auto run = [&](const std::string& name, std::vector<std::string> options,
                              const ProgramSetup& setup) {
@@ -149,7 +150,7 @@ TEST_F(ApplyVerb, aLongScriptGivesTheSameBytesOnEveryRunAndNumberOfCoresAndMemor
 }
 
 TEST_F(ApplyVerb, runsEveryExampleOfTheReference) {
-    for (const auto& entry : std::filesystem::directory_iterator(OMBREL_DOCS "/examples")) {
+    for (const auto& entry : std::filesystem::directory_iterator(TestPlaces::docs() / "examples")) {
         SCOPED_TRACE(entry.path().filename());
         const ProgramResult result =
             runProgram({"apply", folder / "photo.png", entry.path(), "-o", folder / "example.png"});

@@ -1,6 +1,7 @@
 #include "Cli/Pictures.h"
 #include "Cli/ProgramRun.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestPlaces.h"
 
 #include <gtest/gtest.h>
 
@@ -60,7 +61,7 @@ TEST(CommandLine, wrongUsageIsTwoAndFailureIsOne) {
         {{"export", in, folder.path(), "--format", "png"}, 1, "Is a directory"},
         {{"export", in, "/dev/null", "--format", "png"}, 1, "/dev/null"},
         {{"export", "/dev/null", out}, 1, "The file could not be read as an image."},
-        {{"info", OMBREL_PROGRAM, "--json"}, 1, "The file could not be read as an image."},
+        {{"info", TestPlaces::program(), "--json"}, 1, "The file could not be read as an image."},
     };
     const TemporaryFolder runtime; // whose Ombrel nobody runs
     for (const auto& [arguments, exitStatus, message] : cases) {

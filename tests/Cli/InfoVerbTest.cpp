@@ -2,6 +2,7 @@
 #include "Cli/Pictures.h"
 #include "Cli/ProgramRun.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestPlaces.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +19,7 @@ namespace {
 
 using test::TemporaryFolder;
 
-const std::filesystem::path corpus = OMBREL_CORPUS;
+const std::filesystem::path corpus = TestPlaces::corpus();
 
 Json infoOf(const std::filesystem::path& file) {
     const ProgramResult result = runProgram({"info", file, "--json"});

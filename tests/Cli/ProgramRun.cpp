@@ -1,6 +1,7 @@
 #include "Cli/ProgramRun.h"
 
 #include "Base/Check.h"
+#include "support/TestPlaces.h"
 
 #include <array>
 #include <cerrno>
@@ -40,7 +41,8 @@ std::string takeCapture(int& descriptor) {
 
 ProgramRun::ProgramRun(const std::vector<std::string>& arguments, const ProgramSetup& setup)
     : output_(makeCapture("output")), errors_(makeCapture("errors")) {
-    std::vector<const char*> argv{OMBREL_PROGRAM};
+    const std::string program = TestPlaces::program();
+    std::vector<const char*> argv{program.c_str()};
     for (const std::string& argument : arguments)
         argv.push_back(argument.c_str());
     argv.push_back(nullptr);
@@ -51,7 +53,7 @@ ProgramRun::ProgramRun(const std::vector<std::string>& arguments, const ProgramS
     ::dup2(output_, STDOUT_FILENO);
     ::dup2(errors_, STDERR_FILENO);
     if (setup) setup();
-    ::execv(OMBREL_PROGRAM, const_cast<char* const*>(argv.data()));
+    ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
     ::_exit(127);
 }
 

@@ -2,6 +2,7 @@
 
 #include "Cli/ProgramRun.h"
 #include "Commands/CommandRegistry.h"
+#include "support/TestPlaces.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +26,7 @@ std::string textOf(const std::filesystem::path& path) {
 } // namespace
 
 TEST(ScriptingPage, isWhatTheRegistryGives) {
-    const std::filesystem::path path = OMBREL_DOCS "/scripting.md";
+    const std::filesystem::path path = TestPlaces::docs() / "scripting.md";
     const char* accept = std::getenv("OMBREL_ACCEPT_GOLDEN");
     if (accept != nullptr && std::string(accept) == "1") std::ofstream(path) << scriptingPage();
     EXPECT_EQ(textOf(path), scriptingPage())
@@ -34,13 +35,13 @@ TEST(ScriptingPage, isWhatTheRegistryGives) {
 
 TEST(ScriptingPage, linksTheExamplesThatThereAre) {
     const std::string page = scriptingPage();
-    for (const auto& entry : std::filesystem::directory_iterator(OMBREL_DOCS "/examples")) {
+    for (const auto& entry : std::filesystem::directory_iterator(TestPlaces::docs() / "examples")) {
         const std::string link = "(examples/" + entry.path().filename().string() + ")";
         EXPECT_NE(page.find(link), std::string::npos) << link;
     }
     const std::regex link("\\((examples/[^)]*)\\)");
     for (std::sregex_iterator each(page.begin(), page.end(), link), end; each != end; ++each)
-        EXPECT_TRUE(std::filesystem::exists(std::string(OMBREL_DOCS "/") + (*each)[1].str()));
+        EXPECT_TRUE(std::filesystem::exists(TestPlaces::docs() / (*each)[1].str()));
 }
 
 TEST(CommandsVerb, listsEveryCommandAndWritesThePage) {

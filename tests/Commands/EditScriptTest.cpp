@@ -3,6 +3,7 @@
 #include "Commands/CommandRegistry.h"
 #include "Engine/CpuDevice.h"
 #include "support/TestDocument.h"
+#include "support/TestPlaces.h"
 
 #include <gtest/gtest.h>
 
@@ -110,7 +111,7 @@ TEST(EditScript, faultsNameTheStep) {
 
 TEST(EditScript, theExamplesOfTheReferenceRun) {
     int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(OMBREL_DOCS "/examples")) {
+    for (const auto& entry : std::filesystem::directory_iterator(TestPlaces::docs() / "examples")) {
         if (entry.path().extension() != ".json") continue;
         SCOPED_TRACE(entry.path());
         ++count;

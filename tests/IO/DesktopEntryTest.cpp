@@ -1,5 +1,6 @@
 #include "Base/AtomicFile.h"
 #include "IO/ImageFormat.h"
+#include "support/TestPlaces.h"
 
 #include <fmt/core.h>
 #include <gtest/gtest.h>
@@ -10,7 +11,7 @@ namespace ombrel {
 namespace {
 
 TEST(DesktopEntry, listsEveryFormatThatIsOpened) {
-    const auto entry = readSmallFile(OMBREL_DOCS "/../packaging/ombrel.desktop", 1 << 20);
+    const auto entry = readSmallFile(TestPlaces::packaging() / "ombrel.desktop", 1 << 20);
     ASSERT_TRUE(entry);
     const std::size_t begin = entry->find("\nMimeType=");
     ASSERT_NE(begin, std::string::npos);

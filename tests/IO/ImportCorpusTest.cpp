@@ -8,6 +8,7 @@
 #include "IO/ImageImporter.h"
 #include "IO/ImportedPixels.h"
 #include "IO/LibraryDecoders.h"
+#include "support/TestPlaces.h"
 
 #include <cmath>
 #include <filesystem>
@@ -21,11 +22,8 @@ namespace ombrel::test {
 
 namespace {
 
+using TestPlaces::corpus;
 using Json = nlohmann::json;
-
-std::filesystem::path corpus() {
-    return OMBREL_CORPUS;
-}
 
 Json indexOf(const std::string& folder) {
     std::ifstream stream(corpus() / folder / "index.json");

@@ -4,6 +4,7 @@
 #include "Core/ColorProfileReading.h"
 #include "IO/TestProfiles.h"
 #include "TestSeed.h"
+#include "support/TestPlaces.h"
 
 #include <gtest/gtest.h>
 
@@ -347,8 +348,8 @@ TEST(RowLineariser, labIsWhatTheColourEngineMakesOfIt) {
 TEST(RowLineariser, inksWithAProfileGoThroughItsTables) {
     std::vector<Bytes> profiles{testProfiles::press()};
     // A real one, of version 2 with curves that are no lines, lies in a file of the corpus.
-    const Bytes real =
-        testProfiles::foundIn(OMBREL_CORPUS "/psd/oiio-pattern2-8-cmyk.psd", "prtrCMYKLab ");
+    const Bytes real = testProfiles::foundIn(TestPlaces::corpus() / "psd/oiio-pattern2-8-cmyk.psd",
+                                             "prtrCMYKLab ");
     if (!real.empty()) profiles.push_back(real);
     std::vector<std::uint8_t> inks;
     for (int i = 0; i < 3000; ++i) {

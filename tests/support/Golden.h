@@ -5,6 +5,8 @@
 // in the environment what is computed becomes the new golden image.
 #pragma once
 
+#include "support/TestPlaces.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -71,7 +73,7 @@ inline fs::path outputFolder() {
 /// that name; otherwise what is wrong, in words.
 inline std::string goldenDifference(const std::string& name, const GoldenImage& image,
                                     int tolerance) {
-    const std::filesystem::path path = std::filesystem::path(OMBREL_TEST_GOLDEN) / (name + ".pam");
+    const std::filesystem::path path = TestPlaces::golden() / (name + ".pam");
     const char* accept = std::getenv("OMBREL_ACCEPT_GOLDEN");
     if (accept != nullptr && std::string(accept) == "1") {
         std::filesystem::create_directories(path.parent_path());

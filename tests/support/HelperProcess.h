@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Base/Check.h"
+#include "support/TestPlaces.h"
 
 #include <array>
 #include <csignal>
@@ -18,7 +19,8 @@ namespace ombrel::test {
 class HelperProcess {
 public:
     explicit HelperProcess(const std::vector<std::string>& arguments) {
-        std::vector<const char*> argv{OMBREL_SURVIVAL_HELPER};
+        const std::string program = TestPlaces::survivalHelper();
+        std::vector<const char*> argv{program.c_str()};
         for (const std::string& argument : arguments)
             argv.push_back(argument.c_str());
         argv.push_back(nullptr);
@@ -28,7 +30,7 @@ public:
         OMBREL_CHECK(process_ >= 0, "a process can be started");
         if (process_ == 0) {
             ::dup2(lines[1], STDOUT_FILENO);
-            ::execv(OMBREL_SURVIVAL_HELPER, const_cast<char* const*>(argv.data()));
+            ::execv(program.c_str(), const_cast<char* const*>(argv.data()));
             ::_exit(127);
         }
         ::close(lines[1]);

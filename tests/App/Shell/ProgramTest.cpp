@@ -1,6 +1,7 @@
 // The real program with windows, one process beside another.
 #include "Cli/ProgramRun.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestPlaces.h"
 
 #include <chrono>
 #include <csignal>
@@ -15,7 +16,7 @@ namespace {
 
 struct ProgramFolders {
     test::TemporaryFolder folder;
-    std::string sample = std::filesystem::path(OMBREL_TEST_DATA) / "../../assets/sample.png";
+    std::string sample = TestPlaces::sample();
 
     ProgramSetup setup() const {
         return [path = folder.path()] {

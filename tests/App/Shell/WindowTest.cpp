@@ -5,6 +5,7 @@
 #include "App/Shell/NewDocumentForm.h"
 #include "Commands/DeleteLayersCommand.h"
 #include "ShellFixture.h"
+#include "support/TestPlaces.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -171,7 +172,7 @@ TEST_F(ShellTest, longWorkShowsItsProgressAndCanBeCancelled) {
 }
 
 TEST_F(ShellTest, picturesOfTheMainStates) {
-    ASSERT_TRUE(openAndWait(std::filesystem::path(OMBREL_TEST_DATA) / "../../assets/sample.png"));
+    ASSERT_TRUE(openAndWait(TestPlaces::sample()));
     ASSERT_EQ(saveTo(folder / "Evening in the hills.ombrel"), ImageDocument::SaveResult::saved);
     addLayer(document());
     DocumentWindow& window = *document().window();
