@@ -24,7 +24,7 @@ struct BrushBatch {
     std::span<const GPUDab> dabs; ///< tile after tile
     std::span<const GPUBrushApplyTile> applyTiles;
     /// The output of each tile's last batch, or null. A device may copy from it what the dabs of
-    /// this batch do not reach; elsewhere it computes the same again.
+    /// this batch do not reach; the rest, without one all of the tile, it computes again.
     std::span<const std::byte* const> previous;
     /// The window that `params` describes, row by row.
     std::span<const GPUTileRef> neighbourhood;

@@ -119,9 +119,13 @@ std::expected<void, EngineError> CpuDevice::paint(const BrushBatch& batch) {
                                  .firstRow = firstRow,
                                  .rowCount = rows,
                                  .touched = touched});
+        const std::byte* previous = batch.previous.empty() ? nullptr : batch.previous[tile];
+        // Nobody has what earlier batches brought.
+        if (previous == nullptr && batch.isFresh[tile] == 0)
+            std::ranges::fill(touched, Kernels::ColumnSpan{0, tileSize});
         Kernels::applyRows({.plan = &plan,
                             .tile = &batch.applyTiles[tile],
-                            .previous = batch.previous.empty() ? nullptr : batch.previous[tile],
+                            .previous = previous,
                             .firstRow = firstRow,
                             .touched = touched});
     });

@@ -28,6 +28,7 @@ public:
         return device_.sample(jobs);
     }
     std::expected<void, EngineError> paint(const BrushBatch& batch) override {
+        if (failsToPaint) return std::unexpected(EngineError{EngineError::Kind::outOfMemory, {}});
         return device_.paint(batch);
     }
     std::size_t jobs() const {
@@ -42,6 +43,7 @@ public:
     std::size_t resumed = 0;          ///< jobs that went on from where they had stopped
     std::size_t resumedInGroup = 0;   ///< of these, with more than one level open
     std::function<void()> beforeBatch;
+    bool failsToPaint = false; ///< from now on
 
 private:
     CpuDevice device_;

@@ -1,6 +1,7 @@
 #include "Engine/StrokeRenderer.h"
 
 #include "Core/FillComposite.h"
+#include "Engine/CountingDevice.h"
 #include "Engine/HalfDistance.h"
 #include "Engine/KernelScene.h"
 #include "Engine/Kernels/SimdTargets.h"
@@ -98,6 +99,33 @@ TEST(StrokeRenderer, neverPassesItsOpacityWithinAStroke) {
         EXPECT_LE(first.color(x, 128).alpha, 0.5f);
     scene.target.original = first;
     EXPECT_EQ(scene.painted(dabs).color(130, 128).alpha, 0.75f);
+}
+
+TEST(StrokeRenderer, keepsWhatWasPaintedBeforeABatchThatFailed) {
+    StrokeScene scene;
+    CountingDevice device;
+    StrokeRenderer renderer(device, *scene.store, scene.target, scene.style);
+    TileGrid grid = scene.target.original;
+    const auto paint = [&](const BrushDab& dab) {
+        const auto tiles = renderer.render({&dab, 1});
+        if (!tiles) return false;
+        for (const auto& [coord, content] : *tiles)
+            grid.set(coord, content);
+        return true;
+    };
+    EXPECT_TRUE(paint(solidDab(50, 50, 10)));
+    device.failsToPaint = true;
+    EXPECT_FALSE(paint(solidDab(150, 50, 10)));
+    EXPECT_FALSE(paint(solidDab(400, 50, 10))) << "a tile of its own";
+    device.failsToPaint = false;
+    EXPECT_TRUE(paint(solidDab(100, 150, 10)));
+    EXPECT_TRUE(paint(solidDab(400, 150, 10)));
+    for (const auto& [x, y, alpha] : {std::tuple{50, 50, 1.0f},
+                                      {100, 150, 1.0f},
+                                      {150, 50, 0.0f},
+                                      {400, 150, 1.0f},
+                                      {400, 50, 0.0f}})
+        EXPECT_EQ(grid.color(x, y).alpha, alpha) << x << " " << y;
 }
 
 TEST(StrokeRenderer, blendsInEveryModeAsTheJudgeDoes) {
