@@ -6,13 +6,13 @@
 #include "Engine/BrushTipPyramid.h"
 #include "Engine/CompositeJob.h"
 #include "Engine/DabBuckets.h"
+#include "Engine/Kernels/DabShape.h"
 #include "Engine/PixelDevice.h"
 #include "Engine/ResourceTracker.h"
 #include "Engine/StrokeMasks.h"
 #include "Engine/StrokeParams.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace ombrel {
 
@@ -45,14 +45,10 @@ const BrushTipPyramid* StrokeRenderer::State::tip() {
     return &*tipPyramid;
 }
 
-/// The corners of a tip lie outside the circle that its sides touch, and enlarged pixels end
-/// softly.
 double StrokeRenderer::State::reachOfDabs() const {
     if (style.tip == nullptr) return 1;
-    const auto width = static_cast<double>(style.tip->width);
-    const auto height = static_cast<double>(style.tip->height);
-    const double size = std::max(width, height);
-    return (std::hypot(width, height) + 4) / size;
+    return static_cast<double>(Kernels::reachOfTip(static_cast<float>(style.tip->width),
+                                                   static_cast<float>(style.tip->height)));
 }
 
 /// What a kernel reads in place of a cell of the original. A value of a mask stands for an opaque

@@ -263,6 +263,22 @@ TEST(DabDeposit, ofATipKeepsItsAmountAtAnySize) {
     EXPECT_EQ(corner.at(255 + 35, 255 + 35), 0);
 }
 
+TEST(DabDeposit, ofAFewPixelsOfATipEndsSoftlyWhicheverWayItIsTurned) {
+    for (const std::int64_t side : {1, 2, 4, 12}) {
+        const StrokeStyle style{.tip = tipOf(side, side, solid)};
+        BrushDab dab{.x = 700, .y = 700, .radius = 60};
+        const PixelRect bounds{0, 0, 1400, 1400};
+        const Coverage upright({dab}, style, bounds);
+        dab.angle = 0.78539816f;
+        const Coverage turned({dab}, style, bounds);
+        EXPECT_NEAR(turned.sum(), upright.sum(), 0.002 * upright.sum()) << side;
+        for (const Coverage* found : {&upright, &turned}) {
+            for (int y = 300; y < 700; ++y)
+                EXPECT_LE(found->at(700, y + 1) - found->at(700, y), 24) << side << " " << y;
+        }
+    }
+}
+
 TEST(DabDeposit, ofSpeckleFollowsItsSeed) {
     const auto speckle = [](std::uint32_t seed, float grain) {
         return Coverage({{.x = 200,

@@ -239,10 +239,11 @@ void DabRun::cover(std::int32_t row, ColumnSpan span) {
 void accumulateOnTarget(const BrushAccumulateArguments& in) {
     const auto firstRow = static_cast<std::int32_t>(in.firstRow);
     const auto endRow = static_cast<std::int32_t>(in.firstRow + in.rowCount);
+    const float reachOfRadius = reachOfDabs(*in.params);
     for (const GPUDab& dab : in.dabs.subspan(in.tile->dabStart, in.tile->dabCount)) {
         // Most dabs of a long batch lie beside a block of rows.
         const float middle = dab.center[1] - static_cast<float>(in.tile->origin[1]);
-        const float reach = 1.5f * dab.radius + 3;
+        const float reach = reachOfRadius * dab.radius + 3;
         if (middle + reach < static_cast<float>(firstRow) ||
             middle - reach > static_cast<float>(endRow))
             continue;

@@ -73,7 +73,7 @@ ColumnSpan DabShape::rows() const {
     const float alongLong = uY * longRadius * longRadius;
     const float alongShort = vY * shortRadius * shortRadius;
     const float extent =
-        std::min(std::hypot(alongLong, alongShort) * outerLimit, longRadius * 1.5f + 2);
+        std::min(std::hypot(alongLong, alongShort) * outerLimit, longRadius * reach + 2);
     return {static_cast<std::int32_t>(std::floor(centerY - extent - 0.5f)),
             static_cast<std::int32_t>(std::ceil(centerY + extent + 0.5f))};
 }
@@ -95,6 +95,15 @@ ColumnSpan DabShape::columnsWithin(std::int32_t row, float limit) const {
     const float first = std::clamp(std::ceil(middle - half), -farOut, farOut);
     const float last = std::clamp(std::floor(middle + half), -farOut, farOut);
     return {static_cast<std::int32_t>(first), static_cast<std::int32_t>(last) + 1};
+}
+
+float reachOfTip(float width, float height) {
+    return (std::hypot(width, height) + 4) / std::max(width, height);
+}
+
+float reachOfDabs(const BrushPassParams& params) {
+    if (params.hasTip == 0) return 1;
+    return reachOfTip(params.tipScale[0] * params.tipSize, params.tipScale[1] * params.tipSize);
 }
 
 DabShape shapeOf(const GPUDab& dab, const BrushPassParams& params, std::int32_t originX,
@@ -119,10 +128,8 @@ DabShape shapeOf(const GPUDab& dab, const BrushPassParams& params, std::int32_t 
         shape.form = DabForm::tip;
         shape.isRound = false;
         shape.isAliased = dab.aliased == DabCode::aliased;
-        // A rectangle with the sides tipScale lies within the ellipse through its corners; two
-        // pixels of the image around it are a soft rim.
-        shape.outerLimit = 4 / params.tipSize + std::hypot(params.tipScale[0], params.tipScale[1]) +
-                           pixelReach / shape.shortRadius;
+        shape.reach = reachOfDabs(params);
+        shape.outerLimit = shape.reach + pixelReach / shape.shortRadius;
     } else if (dab.aliased == DabCode::aliased) {
         setAliased(shape, shape.centerX, shape.centerY, dab.radius, roundness);
     } else {

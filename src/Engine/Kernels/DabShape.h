@@ -45,6 +45,7 @@ struct DabShape {
     float vY = 0;
     float longRadius = 0; ///< pixels
     float shortRadius = 0;
+    float reach = 1;        ///< of all that is painted, in long radii
     float outerLimit = 1;   ///< pixels that have anything lie within this t
     float innerLimit = 0;   ///< pixels within this t are covered wholly
     float aliasedLimit = 1; ///< of t squared
@@ -69,6 +70,12 @@ private:
     float determinant_ = 0;
     float squaredScale_ = 1;
 };
+
+/// How far a dab of a tip of this size reaches, in radii: its corners lie outside the circle that
+/// its sides touch, and enlarged pixels end softly, two of them further out.
+float reachOfTip(float width, float height);
+/// Of any dab of a batch; a pixel or two come to it.
+float reachOfDabs(const BrushPassParams& params);
 
 /// `originX`, `originY`: of the tile.
 DabShape shapeOf(const GPUDab& dab, const BrushPassParams& params, std::int32_t originX,
