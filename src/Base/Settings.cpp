@@ -1,11 +1,11 @@
 #include "Base/Settings.h"
 
 #include "Base/AtomicFile.h"
+#include "Base/JsonFile.h"
 #include "Base/Log.h"
 #include "Base/XdgFolders.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <future>
@@ -15,41 +15,9 @@ namespace ombrel {
 
 namespace {
 
-constexpr std::uint64_t largestFile = 64 << 20;
+constexpr std::string_view inWarnings = "Settings";
 /// A slider that is being dragged is saved once it rests.
 constexpr auto saveDelay = std::chrono::milliseconds(500);
-
-std::filesystem::path freeDamagedName(const std::filesystem::path& file) {
-    std::filesystem::path name = file.string() + ".damaged";
-    std::error_code error;
-    for (int number = 2; number <= 100 && std::filesystem::exists(name, error); ++number) {
-        name = file.string() + ".damaged-" + std::to_string(number);
-    }
-    return name;
-}
-
-void keepAside(const std::filesystem::path& file, std::string_view reason) {
-    const std::filesystem::path name = freeDamagedName(file);
-    std::error_code error;
-    std::filesystem::rename(file, name, error);
-    Log::warning("Settings unreadable: {}. {} {}", reason, error ? "Can't rename to" : "Kept as",
-                 name.string());
-}
-
-/// What the file holds; nothing where there is none or it is damaged.
-std::optional<Json> readOrKeepAside(const std::filesystem::path& file) {
-    const auto text = readSmallFile(file, largestFile);
-    if (!text) {
-        // Neither the file nor a folder on the way to it.
-        if (text.error().code != ENOENT && text.error().code != ENOTDIR)
-            keepAside(file, text.error().text());
-        return std::nullopt;
-    }
-    auto json = parseJson(*text);
-    if (json && json->is_object()) return std::move(*json);
-    keepAside(file, json ? "no JSON object" : json.error().message);
-    return std::nullopt;
-}
 
 std::vector<std::string> lastOf(std::vector<std::string> list, std::size_t count) {
     if (list.size() > count)
@@ -72,7 +40,8 @@ Settings& Settings::shared() {
 }
 
 Settings::Settings(std::filesystem::path file)
-    : file_(std::move(file)), values_(readOrKeepAside(file_).value_or(Json::object())) {}
+    : file_(std::move(file)),
+      values_(readJsonOrKeepAside(file_, inWarnings).value_or(Json::object())) {}
 
 Settings::~Settings() {
     {
@@ -210,7 +179,7 @@ std::expected<void, FileError> Settings::writeChanges() {
     }
     if (changes.empty()) return {};
 
-    Json written = readOrKeepAside(file_).value_or(std::move(all));
+    Json written = readJsonOrKeepAside(file_, inWarnings).value_or(std::move(all));
     for (auto& [name, value] : changes) {
         if (value.is_null())
             written.erase(name);

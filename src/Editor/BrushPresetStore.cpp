@@ -1,7 +1,7 @@
 #include "Editor/BrushPresetStore.h"
 
 #include "Base/AtomicFile.h"
-#include "Base/Json.h"
+#include "Base/JsonFile.h"
 #include "Base/Log.h"
 #include "Base/XdgFolders.h"
 #include "Editor/BrushTipFile.h"
@@ -9,7 +9,6 @@
 #include "Tools/BuiltInBrushes.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <fmt/format.h>
 #include <set>
 #include <utility>
@@ -18,37 +17,12 @@ namespace ombrel {
 
 namespace {
 
-constexpr std::uint64_t largestFile = 64 << 20;
 constexpr std::size_t longestName = 200; ///< bytes
 constexpr std::string_view fileName = "brushes.json";
 
-void keepAside(const std::filesystem::path& file, std::string_view reason) {
-    std::error_code error;
-    std::filesystem::path name = file.string() + ".damaged";
-    for (int number = 2; number <= 100 && std::filesystem::exists(name, error); ++number)
-        name = fmt::format("{}.damaged-{}", file.string(), number);
-    std::filesystem::rename(file, name, error);
-    Log::warning("Brush presets unreadable: {}. {} {}", reason,
-                 error ? "Can't rename to" : "Kept as", name.string());
-}
-
-/// What the file holds; null where there is none or it is damaged.
-Json readOrKeepAside(const std::filesystem::path& file) {
-    const auto text = readSmallFile(file, largestFile);
-    if (!text) {
-        const int code = text.error().code;
-        if (code != ENOENT && code != ENOTDIR) keepAside(file, text.error().text());
-        return {};
-    }
-    auto json = parseJson(*text);
-    if (json && json->is_object()) return std::move(*json);
-    keepAside(file, json ? "no JSON object" : json.error().message);
-    return {};
-}
-
-/// The elements of a list; none where it is no list.
+/// The elements of a list of an object; none where it is no list.
 Json listIn(const Json& json, const char* key) {
-    const auto found = json.is_object() ? json.find(key) : json.end();
+    const auto found = json.find(key);
     return found != json.end() && found->is_array() ? *found : Json::array();
 }
 
@@ -209,7 +183,8 @@ std::expected<void, FileError> BrushPresetStore::flush() {
 }
 
 void BrushPresetStore::read() {
-    const Json json = readOrKeepAside(folder_ / fileName);
+    const Json json =
+        readJsonOrKeepAside(folder_ / fileName, "Brush presets").value_or(Json::object());
     std::vector<BrushPreset> presets;
     std::set<Uuid> taken;
     for (const Json& each : listIn(json, "presets")) {

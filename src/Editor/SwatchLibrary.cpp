@@ -1,18 +1,18 @@
 #include "Editor/SwatchLibrary.h"
 
 #include "Base/AtomicFile.h"
+#include "Base/JsonFile.h"
 #include "Base/Log.h"
 #include "Base/XdgFolders.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <fmt/format.h>
 
 namespace ombrel {
 
 namespace {
 
-constexpr std::uint64_t mostFileBytes = 64 << 20;
+constexpr std::string_view inWarnings = "Swatches";
 
 /// Grays and the colours around the circle, light, full and dark.
 std::vector<SwatchSet> builtInSets() {
@@ -120,22 +120,12 @@ SwatchLibrary& SwatchLibrary::shared() {
 
 SwatchLibrary::SwatchLibrary(std::filesystem::path file)
     : file_(std::move(file)), sets_(builtInSets()) {
-    const auto text = readSmallFile(file_, mostFileBytes);
-    if (!text) {
-        if (text.error().code != ENOENT) Log::warning("{}", text.error().text());
-        return;
-    }
-    const auto json = parseJson(*text);
-    auto sets = json ? swatchSetsOf(*json) : std::unexpected(json.error());
-    if (sets) {
+    const std::optional<Json> json = readJsonOrKeepAside(file_, inWarnings);
+    if (!json) return;
+    if (auto sets = swatchSetsOf(*json))
         sets_ = named(*std::move(sets));
-        return;
-    }
-    Log::warning("{}: {}", file_.string(), sets.error().message);
-    std::filesystem::path aside = file_;
-    aside += ".damaged";
-    std::error_code ignored;
-    std::filesystem::rename(file_, aside, ignored);
+    else
+        keepAside(file_, inWarnings, sets.error().message);
 }
 
 SwatchLibrary::~SwatchLibrary() {
