@@ -1,11 +1,10 @@
 #include "Editor/ScriptTools.h"
 
-#include "Core/ColorMath.h"
+#include "Commands/Coding/ColorCodecs.h"
 #include "Core/ProfileConversion.h"
 #include "Tools/BuiltInBrushes.h"
 
 #include <algorithm>
-#include <charconv>
 #include <fmt/format.h>
 
 namespace ombrel {
@@ -127,18 +126,13 @@ Json FieldCodec<ScriptColor>::encode(const ScriptColor& color) {
 
 Decoded<ScriptColor> FieldCodec<ScriptColor>::decode(const Json& json, Decoder& in) {
     constexpr const char* form = "a color, \"#RRGGBB\"";
-    if (!json.is_string()) return in.mustBe(form);
-    const auto& text = json.get_ref<const std::string&>();
-    std::uint32_t code = 0;
-    const auto [end, error] = std::from_chars(text.data() + 1, text.data() + text.size(), code, 16);
-    if (text.size() != 7 || text[0] != '#' || error != std::errc{} ||
-        end != text.data() + text.size())
-        return in.mustBe(form);
-    const PremultipliedColor color = ColorMath::colorOfCode(code);
+    if (!json.is_string() || json.get_ref<const std::string&>().size() != 7) return in.mustBe(form);
+    const auto color = FieldCodec<PremultipliedColor>::decode(json, in);
+    if (!color) return in.mustBe(form);
     const auto conversion =
         ProfileConversion::between(ColorProfile::sRGB(), in.state().canvas.profile);
-    if (!conversion) return ScriptColor{color};
-    return ScriptColor{conversion->apply(color.red, color.green, color.blue, color.alpha)};
+    if (!conversion) return ScriptColor{*color};
+    return ScriptColor{conversion->apply(color->red, color->green, color->blue, color->alpha)};
 }
 
 std::string FieldCodec<ScriptOptions>::describe(ValueKinds& kinds) {

@@ -269,8 +269,7 @@ template <>
 struct Record<ScriptBrush> {
     static constexpr std::string_view name = "brush options";
     static constexpr std::string_view description =
-        "What is left out stays as the step before with this tool left it; at first, as in a new "
-        "document.";
+        "What is left out is as it is at first in a new document, or as the preset has it.";
     static constexpr auto fields() {
         return std::tuple(
             field("preset", &ScriptBrush::preset, "the name of a brush to begin with"),
