@@ -19,36 +19,55 @@
 HWY_BEFORE_NAMESPACE();
 namespace ombrel::Kernels::HWY_NAMESPACE {
 
+/// Where a place in pixels of a level lies among the middles of its pixels. Places further outside
+/// than `outside`, where there is nothing, are brought to there.
+struct LevelPlace {
+    HWY_INLINE LevelPlace(const BrushTipPyramid::Level& level, FloatVector x, FloatVector y,
+                          float outside)
+        : pitch(level.pitch) {
+        const auto cut = [outside](FloatVector place, std::int32_t size) HWY_ATTR {
+            return hn::Min(hn::Max(hn::Sub(place, constant(0.5f)), constant(-0.5f - outside)),
+                           constant(static_cast<float>(size) - 0.5f + outside));
+        };
+        const auto left = cut(x, level.width);
+        const auto top = cut(y, level.height);
+        column = hn::Floor(left);
+        row = hn::Floor(top);
+        along = hn::Sub(left, column);
+        down = hn::Sub(top, row);
+    }
+
+    /// Of the pixel up and to the left, or one so much further there, among the bytes.
+    HWY_INLINE IntVector offset(std::int32_t further) const {
+        const IntTag di;
+        const auto inward = hn::Set(di, BrushTipPyramid::border - further);
+        return hn::Add(hn::Mul(hn::Add(hn::ConvertTo(di, row), inward), hn::Set(di, pitch)),
+                       hn::Add(hn::ConvertTo(di, column), inward));
+    }
+
+    std::int32_t pitch;
+    FloatVector column, row;
+    FloatVector along, down; ///< from that pixel's middle, 0 to 1
+};
+
 /// Bilinear; places are pixels of the level.
 HWY_INLINE FloatVector sampleLevel(const BrushTipPyramid::Level& level, FloatVector x,
                                    FloatVector y) {
     const FloatTag d;
     const IntTag di;
-    constexpr std::int32_t border = BrushTipPyramid::border;
-    const auto cut = [](FloatVector place, std::int32_t size) HWY_ATTR {
-        return hn::Min(hn::Max(hn::Sub(place, constant(0.5f)), constant(-1.5f)),
-                       constant(static_cast<float>(size) + 0.5f));
-    };
-    const auto left = cut(x, level.width);
-    const auto top = cut(y, level.height);
-    const auto column = hn::Floor(left);
-    const auto row = hn::Floor(top);
-    const auto along = hn::Sub(left, column);
-    const auto down = hn::Sub(top, row);
-    const auto place = hn::Add(
-        hn::Mul(hn::Add(hn::ConvertTo(di, row), hn::Set(di, border)), hn::Set(di, level.pitch)),
-        hn::Add(hn::ConvertTo(di, column), hn::Set(di, border)));
+    const LevelPlace at(level, x, y, 1);
+    const auto place = at.offset(0);
     const auto rowAt = [&](IntVector offset) HWY_ATTR {
         const auto* base = reinterpret_cast<const std::int32_t*>(level.bytes.data());
         const auto four = hn::GatherOffset(di, base, offset);
         const auto low = hn::Set(di, 0xFF);
         const auto first = hn::ConvertTo(d, hn::And(four, low));
         const auto second = hn::ConvertTo(d, hn::And(hn::ShiftRight<8>(four), low));
-        return hn::MulAdd(hn::Sub(second, first), along, first);
+        return hn::MulAdd(hn::Sub(second, first), at.along, first);
     };
     const auto upper = rowAt(place);
     const auto lower = rowAt(hn::Add(place, hn::Set(di, level.pitch)));
-    return hn::Mul(hn::MulAdd(hn::Sub(lower, upper), down, upper), constant(1.0f / 255));
+    return hn::Mul(hn::MulAdd(hn::Sub(lower, upper), at.down, upper), constant(1.0f / 255));
 }
 
 /// The weights of four pixels of which the place lies between the middle ones.
@@ -76,20 +95,10 @@ HWY_INLINE FloatVector sampleSmoothly(const BrushTipPyramid::Level& level, Float
                                       FloatVector y) {
     const FloatTag d;
     const IntTag di;
-    constexpr std::int32_t border = BrushTipPyramid::border;
-    const auto cut = [](FloatVector place, std::int32_t size) HWY_ATTR {
-        return hn::Min(hn::Max(hn::Sub(place, constant(0.5f)), constant(-2)),
-                       constant(static_cast<float>(size) + 1));
-    };
-    const auto left = cut(x, level.width);
-    const auto top = cut(y, level.height);
-    const auto column = hn::Floor(left);
-    const auto row = hn::Floor(top);
-    const SplineWeights across(hn::Sub(left, column));
-    const SplineWeights down(hn::Sub(top, row));
-    auto place = hn::Add(
-        hn::Mul(hn::Add(hn::ConvertTo(di, row), hn::Set(di, border - 1)), hn::Set(di, level.pitch)),
-        hn::Add(hn::ConvertTo(di, column), hn::Set(di, border - 1)));
+    const LevelPlace at(level, x, y, 1.5f);
+    const SplineWeights across(at.along);
+    const SplineWeights down(at.down);
+    auto place = at.offset(1);
     auto sum = hn::Zero(d);
     for (const FloatVector weight : {down.first, down.second, down.third, down.fourth}) {
         const auto* base = reinterpret_cast<const std::int32_t*>(level.bytes.data());
