@@ -67,11 +67,14 @@ PremultipliedColor greyOf(float value) {
     return {value, value, value, 1};
 }
 
+float valueOfSolid(const PremultipliedColor& color, float background) {
+    return std::clamp(color.red + (1 - color.alpha) * background, 0.0f, 1.0f);
+}
+
 Contents greyCells(const Cells& cells, float background, TileStore& store) {
     return convertAll(cells, store, [&](const TileCell& cell) -> std::optional<TileContent> {
         if (cell.isPixels()) return greyTile(cell.tile(), store);
-        // A solid cell of a mask has its value in the first channel.
-        if (cell.isSolid()) return greyOf(cell.color().red + (1 - cell.color().alpha) * background);
+        if (cell.isSolid()) return greyOf(valueOfSolid(cell.color(), background));
         return greyOf(background);
     });
 }

@@ -23,6 +23,9 @@ using Contents = std::vector<std::pair<TileCoord, std::optional<TileContent>>>;
 /// its luminance, and the background as far as the colour is transparent. 0 to 1.
 float valueOf(const PremultipliedColor& color, float background);
 PremultipliedColor greyOf(float value);
+/// Of a solid cell of a mask, which has its value in the first channel; where it is transparent,
+/// the background. 0 to 1.
+float valueOfSolid(const PremultipliedColor& color, float background);
 
 /// Of an r8 grid's cells; absent ones become solid greys of the background.
 Contents greyCells(const Cells& cells, float background, TileStore& store);

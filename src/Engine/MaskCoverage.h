@@ -2,6 +2,7 @@
 // m + (1 - a) * background: an absent cell is the background, a stored byte stands for itself.
 #pragma once
 
+#include "Core/MaskTiles.h"
 #include "Core/TileGrid.h"
 #include "Core/TilePixels.h"
 
@@ -12,7 +13,7 @@ namespace ombrel {
 /// Of an absent or solid cell.
 inline std::uint8_t coverageByte(const TileCell& cell, float background) {
     if (!cell.isSolid()) return TilePixels::coverageOf(background);
-    return TilePixels::coverageOf(cell.color().red + (1 - cell.color().alpha) * background);
+    return TilePixels::coverageOf(MaskTiles::valueOfSolid(cell.color(), background));
 }
 
 } // namespace ombrel

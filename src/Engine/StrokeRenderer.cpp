@@ -2,6 +2,7 @@
 
 #include "Base/Check.h"
 #include "Base/Log.h"
+#include "Core/MaskTiles.h"
 #include "Core/TileStore.h"
 #include "Engine/BrushTipPyramid.h"
 #include "Engine/CompositeJob.h"
@@ -57,8 +58,7 @@ GPUTileRef StrokeRenderer::State::originalOf(const TileCell& cell, ResourceTrack
     if (cell.isPixels()) return tileRefOf(tracker.pin(cell.tile()));
     const PremultipliedColor color = cell.isSolid() ? cell.color() : PremultipliedColor{};
     if (target.original.format() == TileFormat::rgba16Float) return tileRefOf(color);
-    const float value = std::clamp(color.red + (1 - color.alpha) * target.absentValue, 0.0f, 1.0f);
-    return tileRefOf(PremultipliedColor{value, value, value, 1});
+    return tileRefOf(MaskTiles::greyOf(MaskTiles::valueOfSolid(color, target.absentValue)));
 }
 
 void StrokeRenderer::State::setSelection(GPUBrushApplyTile& record, TileCoord coord,

@@ -3,6 +3,7 @@
 #include "App/Canvas/DisplayColors.h"
 #include "Core/TileCompression.h"
 #include "Core/TileStore.h"
+#include "Engine/MaskCoverage.h"
 
 #include <algorithm>
 #include <cmath>
@@ -167,11 +168,6 @@ QImage pictureOf(const PixelLayer& layer, const Canvas& canvas, int side) {
     return picture;
 }
 
-int coverageOf(const PremultipliedColor& color, float background) {
-    const float value = color.red + (1 - color.alpha) * background;
-    return static_cast<int>(std::lround(255 * std::clamp(value, 0.0f, 1.0f)));
-}
-
 QImage maskPictureOf(const LayerMask& mask, const Canvas& canvas, int side) {
     const SampleGround ground(canvas.size, mask.offset, side);
     const int background = static_cast<int>(std::lround(255 * mask.background));
@@ -181,7 +177,7 @@ QImage maskPictureOf(const LayerMask& mask, const Canvas& canvas, int side) {
         mask.pixels, ground,
         [&](std::size_t pixel, const TileCell& cell, const std::byte* bytes, std::size_t place) {
             const int value = bytes != nullptr ? std::to_integer<int>(bytes[place])
-                                               : coverageOf(cell.color(), mask.background);
+                                               : coverageByte(cell, mask.background);
             sums[pixel] += value - background;
         });
     QImage picture(ground.size, QImage::Format_Grayscale8);
