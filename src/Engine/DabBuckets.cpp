@@ -23,8 +23,7 @@ PixelRect squareOf(const BrushDab& dab, double reach) {
             static_cast<std::int64_t>(std::floor(static_cast<double>(dab.y) - pad)), side, side};
 }
 
-} // namespace
-
+/// The device's record of a dab.
 GPUDab recordOf(const BrushDab& dab) {
     GPUDab record{.center = {dab.x, dab.y},
                   .radius = dab.radius,
@@ -41,6 +40,8 @@ GPUDab recordOf(const BrushDab& dab) {
     }
     return record;
 }
+
+} // namespace
 
 DabBuckets bucketsOf(std::span<const BrushDab> dabs, const PixelRect& bounds, double reach) {
     DabBuckets buckets;

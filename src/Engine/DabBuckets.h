@@ -14,9 +14,6 @@ namespace ombrel {
 
 using DabBuckets = std::map<TileCoord, std::vector<GPUDab>>;
 
-/// The device's record of a dab.
-GPUDab recordOf(const BrushDab& dab);
-
 /// Dabs without radius or alpha, and those beside `bounds`, are left out. A dab reaches `reach`
 /// times its radius and a pixel: 1, but for tips whose corners stick out of the circle.
 DabBuckets bucketsOf(std::span<const BrushDab> dabs, const PixelRect& bounds, double reach);

@@ -29,7 +29,6 @@ public:
     Mask at(TileCoord coord);
     /// For a mask that was to be made 0 and perhaps was not.
     void zero(TileCoord coord);
-    std::size_t count() const { return masks_.size(); }
     /// As bytes, within `bounds`; nothing where there are none.
     std::optional<StrokeCoverage> coverage(const PixelRect& bounds) const;
 

@@ -91,13 +91,8 @@ ToneCounts::Figures ToneCounts::figuresOf(ToneChannel channel, ToneScale scale) 
     return figures;
 }
 
-void ToneCounts::addPixels(std::uint64_t counted, std::uint64_t skipped) {
-    pixelCount_ += counted;
-    skippedCount_ += skipped;
-}
-
 ToneCounts& ToneCounts::operator+=(const ToneCounts& other) {
-    addPixels(other.pixelCount_, other.skippedCount_);
+    addPixels(other.pixelCount_);
     std::ranges::transform(counts_, other.counts_, counts_.begin(), std::plus{});
     return *this;
 }

@@ -31,7 +31,6 @@ public:
 
     /// Pixels counted: those with alpha above 0.
     std::uint64_t pixelCount() const { return pixelCount_; }
-    std::uint64_t skippedCount() const { return skippedCount_; } ///< with nothing in them
     /// At 0 and below; at 1 and above.
     std::uint64_t shadows(ToneChannel channel) const;
     std::uint64_t highlights(ToneChannel channel) const;
@@ -58,7 +57,7 @@ public:
     /// Of a channel: below 0 or no number at all, the tones, above 1.
     static constexpr std::size_t stride = tones + 2;
     std::uint64_t* counts() { return counts_.data(); }
-    void addPixels(std::uint64_t counted, std::uint64_t skipped);
+    void addPixels(std::uint64_t counted) { pixelCount_ += counted; }
 
 private:
     const std::uint64_t* of(ToneChannel channel) const {
@@ -66,7 +65,6 @@ private:
     }
 
     std::uint64_t pixelCount_ = 0;
-    std::uint64_t skippedCount_ = 0;
     std::vector<std::uint64_t> counts_;
 };
 

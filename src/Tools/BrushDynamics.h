@@ -33,10 +33,6 @@ inline constexpr std::array<DynamicsControlName, 6> dynamicsControlNames{{
     {DynamicsControl::initialDirection, "initialDirection", "Initial Direction"},
 }};
 
-constexpr std::string_view displayNameOf(DynamicsControl control) {
-    return dynamicsControlNames[static_cast<std::size_t>(control)].displayName;
-}
-
 struct ShapeDynamics {
     bool enabled = false;
     double sizeJitter = 0;

@@ -51,9 +51,6 @@ public:
         pump(state_);
     }
 
-    bool isInFlight() const { return state_->isInFlight; }
-    bool isEnded() const { return state_->isEnded; }
-
 private:
     struct State {
         State(Executor& worker, Executor& home, Render toRender, Deliver toDeliver, Finish toFinish)

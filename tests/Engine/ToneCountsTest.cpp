@@ -46,11 +46,8 @@ ToneCounts countedByHand(const Pixels& pixels, bool hasCoverage, const Luminance
         std::array<float, 4> value{};
         for (std::size_t channel = 0; channel < 4; ++channel)
             value[channel] = toFloat(Half{pixels.halves[4 * i + channel]});
-        if (!(value[3] > 0)) {
-            counts.addPixels(0, 1);
-            continue;
-        }
-        counts.addPixels(1, 0);
+        if (!(value[3] > 0)) continue;
+        counts.addPixels(1);
         for (std::size_t channel = 0; channel < 3; ++channel)
             value[channel] /= value[3];
         value[3] = weights[0] * value[0] + weights[1] * value[1];

@@ -75,7 +75,6 @@ void countTones(const std::uint16_t* halves, std::size_t count, const std::uint8
     const std::size_t lanes = HWY_DYNAMIC_DISPATCH(lanesOfVector)();
     std::uint64_t* const totals = counts.counts();
     std::uint64_t counted = 0;
-    std::uint64_t skipped = 0;
     for (std::size_t first = 0; first < count; first += pixelsOfStep) {
         const std::size_t step = std::min(pixelsOfStep, count - first);
         const std::uint16_t* pixels = halves + 4 * first;
@@ -88,17 +87,14 @@ void countTones(const std::uint16_t* halves, std::size_t count, const std::uint8
         (pixels, (step + lanes - 1) / lanes, weights, planes.data(), pixelsOfStep);
         for (std::size_t i = 0; i < step; ++i) {
             if (coverage != nullptr && coverage[first + i] < 128) continue;
-            if (isNothing(pixels[4 * i + 3])) {
-                ++skipped;
-                continue;
-            }
+            if (isNothing(pixels[4 * i + 3])) continue;
             ++counted;
             for (std::size_t channel = 0; channel < toneChannelCount; ++channel)
                 totals[channel * ToneCounts::stride + slotOf(planes[channel * pixelsOfStep + i])] +=
                     times;
         }
     }
-    counts.addPixels(counted * times, skipped * times);
+    counts.addPixels(counted * times);
 }
 
 } // namespace ombrel::Kernels

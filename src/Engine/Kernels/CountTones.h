@@ -1,7 +1,7 @@
 // Counts the tones of pixels. Each channel of a pixel with alpha a above 0 is taken straight,
 //   tone = half(channel / a),  luminance = half(wr r/a + wg g/a + wb b/a), sums from red to blue,
 // and counts at its half: below 0 (and what is no number) first, then 0 to 1, then above 1.
-// Pixels without alpha are told apart. The same counts on every target.
+// Pixels without alpha do not count. The same counts on every target.
 #pragma once
 
 #include "Engine/ToneCounts.h"
