@@ -5,8 +5,11 @@
 #include "Core/TileStoreState.h"
 
 #include <algorithm>
+#include <chrono>
+#include <iterator>
 #include <latch>
 #include <unordered_map>
+#include <utility>
 
 namespace ombrel {
 
@@ -15,6 +18,10 @@ namespace {
 /// Tiles that are picked under one hold of the lock. Few enough that nobody waits for the picking,
 /// enough that all threads have something to encode.
 constexpr std::size_t batchSize = 32;
+
+/// Without a commit, an undo or a redo in it, somebody looks at the picture and does not work on
+/// it: what was kept at hand for the next edit goes back to the system.
+constexpr std::chrono::seconds quietTime{5};
 
 /// Nine tenths of a limit: room before the next round.
 constexpr std::int64_t targetOf(std::int64_t limit) {
@@ -186,6 +193,33 @@ void TileStore::Implementation::compressListed(std::span<const TileStorageRefere
     }
 }
 
+void TileStore::Implementation::compressUnneeded(std::vector<TileStorageReference> tiles) {
+    compressListed(tiles);
+    bool isOver = false;
+    {
+        const LockGuard lock(mutex);
+        // Somebody still draws the state before: these are cold a little later.
+        for (TileStorageReference& storage : tiles) {
+            if (!storage->isReleased && storage->isResident()) {
+                coolingTiles.push_back(std::move(storage));
+            }
+        }
+        isOver = claimMaintenance();
+    }
+    if (isOver) scheduleMaintenance();
+    quiet.startOnce(quietTime, *maintenance, [weak = owner.weak_from_this()] {
+        if (const auto store = weak.lock()) store->implementation_->tidyUp();
+    });
+}
+
+void TileStore::Implementation::tidyUp() {
+    const std::vector<TileStorageReference> cold = std::exchange(coolingTiles, {});
+    compressListed(cold);
+    std::array<std::vector<TileBuffer>, 2> dropped;
+    const LockGuard lock(mutex);
+    dropped = emptyPool(); // freed after the lock
+}
+
 void TileStore::Implementation::encode(std::span<EncodePick> picks) {
     // Nobody waits for the encoding, unless tiles are made so fast that threads which yield to
     // everything else would never catch up.
@@ -266,17 +300,10 @@ void TileStore::compress(std::span<const Tile> tiles) {
     }
     for (auto& [store, listed] : byStore) {
         store->implementation_->maintenance->post(
-            [weak = store->weak_from_this(), storages = std::move(listed)] {
-                const auto held = weak.lock();
-                if (!held) return;
-                Implementation& state = *held->implementation_;
-                state.compressListed(storages);
-                bool isOver = false;
-                {
-                    const LockGuard lock(state.mutex);
-                    isOver = state.claimMaintenance();
+            [weak = store->weak_from_this(), storages = std::move(listed)]() mutable {
+                if (const auto held = weak.lock()) {
+                    held->implementation_->compressUnneeded(std::move(storages));
                 }
-                if (isOver) state.scheduleMaintenance();
             });
     }
 }

@@ -6,6 +6,7 @@
 
 #include "Base/Strand.h"
 #include "Base/ThreadAnnotations.h"
+#include "Base/Timer.h"
 #include "Core/MemoryPressure.h"
 #include "Core/TileStorage.h"
 #include "Core/TileStore.h"
@@ -51,6 +52,8 @@ struct TileStore::Implementation {
     void compressColdest(std::int64_t residentTarget, std::int64_t compressedTarget)
         OMBREL_EXCLUDES(mutex);
     void compressListed(std::span<const TileStorageReference> tiles) OMBREL_EXCLUDES(mutex);
+    void compressUnneeded(std::vector<TileStorageReference> tiles) OMBREL_EXCLUDES(mutex);
+    void tidyUp() OMBREL_EXCLUDES(mutex);
     void encode(std::span<EncodePick> picks) OMBREL_EXCLUDES(mutex);
     void encode(EncodePick& pick) OMBREL_EXCLUDES(mutex);
     void spillColdest(std::int64_t compressedTarget) OMBREL_EXCLUDES(mutex);
@@ -86,6 +89,10 @@ struct TileStore::Implementation {
     const std::unique_ptr<ScratchSpace> scratch; ///< may be absent
     const std::shared_ptr<Strand> maintenance;   ///< serial, utility priority
     std::atomic<std::int64_t> damagedTiles = 0;
+
+    // On the maintenance strand only.
+    std::vector<TileStorageReference> coolingTiles; ///< to be compressed, but used meanwhile
+    Timer quiet;                                    ///< until tidyUp()
 
     mutable Mutex mutex;
     Budget budget OMBREL_GUARDED_BY(mutex);

@@ -1,6 +1,7 @@
 #include "Core/TileStore.h"
 #include "Core/TileStoreFakes.h"
 
+#include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <latch>
@@ -222,6 +223,24 @@ TEST(TileStore, theCompressHintServesEveryStoreWhateverTheBudget) {
     tiles.clear(); // the hint keeps no tile alive
     settle(*otherFake);
     EXPECT_EQ(otherFake->statistics().tileCount, 0);
+}
+
+TEST(TileStore, givesBackWhatItKeptAtHandWhenNothingIsEditedForAWhile) {
+    FakeStore fake({plenty, plenty, plenty});
+    const std::vector<Tile> tiles{patternTile(*fake, 1), patternTile(*fake, 2)};
+    fake->recycleBuffer(fake->acquireBuffer(TileFormat::r8));
+    fake->pin(tiles[1]);
+    TileStore::compress(tiles);
+    settle(*fake);
+    fake->unpin(tiles[1]);
+    EXPECT_TRUE(fake->isResident(tiles[1]));
+    EXPECT_GT(fake->statistics().pooledBytes, 0);
+    const auto isTidy = [&] {
+        return !fake->isResident(tiles[1]) && fake->statistics().pooledBytes == 0;
+    };
+    for (int i = 0; i < 600 && !isTidy(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(isTidy());
 }
 
 TEST(TileStore, memoryPressureAimsAtHalfOfWhatIsThereOrAtNothing) {
