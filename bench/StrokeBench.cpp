@@ -145,9 +145,11 @@ public:
             send(sample, sentAt_.empty(), sentAt_.size() + 1 == pen.size());
         }
         settle();
+        // Until the frame that shows the last of them.
+        main_.runUntil([this] { return isComplete_; });
         std::vector<double> latencies;
-        for (std::size_t i = 0; i < pen.size(); ++i) {
-            if (!brings[i] || shownAt_[i] == Clock::time_point{}) continue;
+        for (std::size_t i = 0; i < inFrame_; ++i) {
+            if (!brings[i]) continue;
             latencies.push_back(
                 std::chrono::duration<double, std::milli>(shownAt_[i] - sentAt_[i]).count());
         }
