@@ -21,13 +21,13 @@ public:
 
     const BrushSettings& get() const { return *settings_; }
     const BrushSettings* operator->() const { return &*settings_; }
-    void set(BrushSettings settings) { settings_ = settings.clamped(); }
+    void set(const BrushSettings& settings) { settings_ = settings.clamped(); }
     /// Changes a copy and sets it.
     template <std::invocable<BrushSettings&> Change>
     void update(Change&& change) {
         BrushSettings changed = get();
         std::forward<Change>(change)(changed);
-        set(std::move(changed));
+        set(changed);
     }
     Connection onChange(std::function<void(const BrushSettings&)> callback) const {
         return settings_.onChange(std::move(callback));
