@@ -16,7 +16,6 @@ namespace {
 
 /// Pictures beyond this are made smaller before anybody looks at single pixels.
 constexpr std::int64_t largestLookedAt = 4096;
-constexpr std::int64_t tileSide = 256;
 
 struct Plane {
     std::int64_t width = 0;
@@ -58,10 +57,10 @@ std::uint8_t opacity(const PremultipliedColor& color) {
 template <typename Visit>
 void forEachPixel(const TileGrid& grid, PixelSize size, Visit&& visit) {
     for (const TileCoord coord : PixelRect::ofSize(size).tileRange()) {
-        const std::int64_t left = coord.x * tileSide;
-        const std::int64_t top = coord.y * tileSide;
-        const std::int64_t right = std::min(left + tileSide, size.width);
-        const std::int64_t bottom = std::min(top + tileSide, size.height);
+        const std::int64_t left = coord.x * tileSize;
+        const std::int64_t top = coord.y * tileSize;
+        const std::int64_t right = std::min(left + tileSize, size.width);
+        const std::int64_t bottom = std::min(top + tileSize, size.height);
         const std::optional<TileContent> content = grid[coord];
         const Tile* const tile = content ? std::get_if<Tile>(&*content) : nullptr;
         std::optional<TilePin> pin;
@@ -72,7 +71,7 @@ void forEachPixel(const TileGrid& grid, PixelSize size, Visit&& visit) {
             for (std::int64_t x = left; x < right; ++x) {
                 if (pin) {
                     std::array<Half, 4> halves;
-                    std::memcpy(halves.data(), pin->bytes() + ((y - top) * tileSide + x - left) * 8,
+                    std::memcpy(halves.data(), pin->bytes() + ((y - top) * tileSize + x - left) * 8,
                                 8);
                     color = {toFloat(halves[0]), toFloat(halves[1]), toFloat(halves[2]),
                              toFloat(halves[3])};
@@ -143,9 +142,9 @@ Plane reduced(const Plane& plane, std::int64_t width, std::int64_t height) {
     std::vector<double> rows(static_cast<std::size_t>(width * plane.height));
     for (std::int64_t y = 0; y < plane.height; ++y)
         for (std::int64_t x = 0; x < width; ++x)
-            rows[static_cast<std::size_t>(y * width + x)] =
-                meanOf(static_cast<double>(x) * across, static_cast<double>(x + 1) * across,
-                       plane.width, [&](std::int64_t i) { return double{1} * plane.at(i, y); });
+            rows[static_cast<std::size_t>(y * width + x)] = meanOf(
+                static_cast<double>(x) * across, static_cast<double>(x + 1) * across, plane.width,
+                [&](std::int64_t i) { return static_cast<double>(plane.at(i, y)); });
     Plane smaller{width, height, {}};
     for (std::int64_t y = 0; y < height; ++y)
         for (std::int64_t x = 0; x < width; ++x)

@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 namespace ombrel {
 
@@ -96,7 +97,9 @@ std::vector<StrokePoint> StrokeInterpolator::walk(const Segment& segment) {
     std::vector<StrokePoint> out;
     if (!(segment.chord > 0)) return out;
     RealPoint previous = segment.points[1].position;
-    for (double i = 1; i <= segment.steps; ++i) {
+    const auto steps = static_cast<std::int64_t>(segment.steps);
+    for (std::int64_t before = 0; before < steps; ++before) {
+        const double i = static_cast<double>(before) + 1;
         const double t = segment.t1 + (segment.t2 - segment.t1) * i / segment.steps;
         const RealPoint next = segment.at(t);
         walkPiece(segment, {previous, next, i - 1}, out);
