@@ -1,6 +1,7 @@
 #include "Editor/BrushTipImport.h"
 
 #include "Core/TransferFunction.h"
+#include "Engine/ReducedCoverage.h"
 #include "Engine/Resampling.h"
 
 #include <algorithm>
@@ -122,38 +123,6 @@ Plane trimmed(const Plane& plane) {
     return inner;
 }
 
-/// The mean of [from, to) of a row of values, with parts of those at the ends.
-template <typename Value>
-double meanOf(double from, double to, std::int64_t count, Value&& value) {
-    double sum = 0;
-    const auto first = static_cast<std::int64_t>(from);
-    const auto last = std::min(static_cast<std::int64_t>(std::ceil(to)), count);
-    for (std::int64_t i = first; i < last; ++i) {
-        const double share =
-            std::min(to, static_cast<double>(i + 1)) - std::max(from, static_cast<double>(i));
-        sum += share * value(i);
-    }
-    return sum / (to - from);
-}
-
-Plane reduced(const Plane& plane, std::int64_t width, std::int64_t height) {
-    const double across = static_cast<double>(plane.width) / static_cast<double>(width);
-    const double down = static_cast<double>(plane.height) / static_cast<double>(height);
-    std::vector<double> rows(static_cast<std::size_t>(width * plane.height));
-    for (std::int64_t y = 0; y < plane.height; ++y)
-        for (std::int64_t x = 0; x < width; ++x)
-            rows[static_cast<std::size_t>(y * width + x)] = meanOf(
-                static_cast<double>(x) * across, static_cast<double>(x + 1) * across, plane.width,
-                [&](std::int64_t i) { return static_cast<double>(plane.at(i, y)); });
-    Plane smaller{width, height, {}};
-    for (std::int64_t y = 0; y < height; ++y)
-        for (std::int64_t x = 0; x < width; ++x)
-            smaller.bytes.push_back(static_cast<std::uint8_t>(std::lround(meanOf(
-                static_cast<double>(y) * down, static_cast<double>(y + 1) * down, plane.height,
-                [&](std::int64_t i) { return rows[static_cast<std::size_t>(i * width + x)]; }))));
-    return smaller;
-}
-
 PixelSize sizeWithin(PixelSize size, std::int64_t largest) {
     const std::int64_t side = std::max(size.width, size.height);
     if (side <= largest) return size;
@@ -178,9 +147,9 @@ std::expected<BrushTipImage, std::string> brushTipOf(const ImportedImage& image,
     if (plane.bytes.empty())
         return std::unexpected("Nothing of this picture would paint: it is white or transparent.");
     const PixelSize size = sizeWithin({plane.width, plane.height}, largestTipSide);
-    if (size.width != plane.width || size.height != plane.height)
-        plane = reduced(plane, size.width, size.height);
-    return BrushTipImage{Uuid::make(), plane.width, plane.height, std::move(plane.bytes)};
+    const CoverageView whole{plane.bytes.data(), {plane.width, plane.height}, plane.width};
+    if (size != whole.size) plane.bytes = reducedCoverage(whole, size);
+    return BrushTipImage{Uuid::make(), size.width, size.height, std::move(plane.bytes)};
 }
 
 std::expected<BrushTipImage, std::string> importBrushTip(const std::filesystem::path& path,
