@@ -206,6 +206,7 @@ void BrushPresetStore::read() {
 
 void BrushPresetStore::save() {
     std::vector<Writer::File> files;
+    files.reserve(unsavedTips_.size() + 1);
     for (const Uuid& id : unsavedTips_)
         files.push_back({tipFile(id), BrushTipFile::textOf(*loadedTips_.at(id))});
     files.push_back({folder_ / fileName, listText()});
