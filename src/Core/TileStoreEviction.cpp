@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <iterator>
 #include <latch>
 #include <unordered_map>
 #include <utility>
