@@ -229,7 +229,7 @@ struct Record<Transfer> {
 template <>
 struct Record<BrushSettings> {
     static constexpr std::string_view name = "brush settings";
-    static constexpr std::string_view description = "";
+    static constexpr std::string_view description{};
     static constexpr auto fields() {
         using Brush = BrushSettings;
         return std::tuple(
@@ -303,7 +303,7 @@ struct Record<ScriptEvent> {
 template <>
 struct Record<ScriptToolStep> {
     static constexpr std::string_view name = "tool step";
-    static constexpr std::string_view description = "";
+    static constexpr std::string_view description{};
     static constexpr auto fields() {
         using Step = ScriptToolStep;
         return std::tuple(

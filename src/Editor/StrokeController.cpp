@@ -69,7 +69,8 @@ void StrokeController::startQueue(DocumentSession& session, const RoutedGrid& gr
     offset_ = grid.offset;
     StrokeRenderer::Target target = targetOf(*session._state, grid);
     bounds_ = target.bounds;
-    painting_ = std::shared_ptr<Painting>(
+    // The renderer cannot move to where make_shared would build it.
+    painting_ = std::shared_ptr<Painting>( // NOLINT(modernize-make-shared)
         new Painting{session.store().shared_from_this(),
                      {session.device(), session.store(), std::move(target), styleFor(offset_)}});
     auto render = [painting = painting_, renderOn = plan_.renderOn](
