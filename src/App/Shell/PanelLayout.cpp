@@ -57,7 +57,40 @@ void PanelLayout::restore(const std::optional<QRect>& frame) {
     } else if (!window_.restoreGeometry(decoded(last, "geometry"))) {
         window_.resize(usualSize.boundedTo(window_.screen()->availableGeometry().size() * 0.92));
     }
-    if (!window_.restoreState(decoded(last, "panels"), layoutVersion)) arrange();
+    if (!restorePanels(decoded(last, "panels"))) arrange();
+}
+
+// The toolkit leaves a dock that a state does not know where it happened to be, between others. So
+// all are taken out first: what is in no area afterwards was not known.
+bool PanelLayout::restorePanels(const QByteArray& state) {
+    const QByteArray before = window_.saveState(layoutVersion);
+    for (QDockWidget* dock : window_.findChildren<QDockWidget*>())
+        window_.removeDockWidget(dock);
+    if (!window_.restoreState(state, layoutVersion)) {
+        window_.restoreState(before, layoutVersion);
+        return false;
+    }
+    for (const PanelDescription& panel : panelCatalog()) {
+        auto* dock = window_.findChild<QDockWidget*>(panel.identifier);
+        if (window_.dockWidgetArea(dock) == Qt::NoDockWidgetArea) join(panel, *dock);
+    }
+    return true;
+}
+
+/// Behind the tabs of its group, wherever they are by now.
+void PanelLayout::join(const PanelDescription& panel, QDockWidget& dock) {
+    const std::string_view group = panel.group;
+    QDockWidget* mate = nullptr;
+    for (const PanelDescription& other : panelCatalog()) {
+        auto* there = window_.findChild<QDockWidget*>(other.identifier);
+        const bool isDocked =
+            window_.dockWidgetArea(there) != Qt::NoDockWidgetArea && !there->isFloating();
+        if (!group.empty() && other.group == group && isDocked) mate = there;
+    }
+    window_.addDockWidget(panel.area, &dock);
+    if (mate != nullptr) window_.tabifyDockWidget(mate, &dock);
+    dock.setFloating(false);
+    dock.show();
 }
 
 void PanelLayout::save() {
@@ -182,8 +215,7 @@ void PanelLayout::saveWorkspace(const std::string& name) {
 
 bool PanelLayout::applyWorkspace(const std::string& name) {
     show();
-    return window_.restoreState(decoded(objectOf(settings_, workspacesKey), name.c_str()),
-                                layoutVersion);
+    return restorePanels(decoded(objectOf(settings_, workspacesKey), name.c_str()));
 }
 
 void PanelLayout::removeWorkspace(const std::string& name) {

@@ -48,6 +48,10 @@ private:
     void hide(Hiding hiding);
     void show();
     void arrange();
+    /// Panels that the state does not know stand where they stand at first. False where it cannot
+    /// be read; then nothing has changed.
+    bool restorePanels(const QByteArray& state);
+    void join(const PanelDescription& panel, QDockWidget& dock);
     /// The panel in front of the others of its group; null before that one is made.
     QDockWidget* frontOf(const PanelDescription& panel) const;
     QByteArray state() const; ///< with everything that is hidden as a whole

@@ -6,6 +6,7 @@
 #include <QDockWidget>
 #include <QPushButton>
 #include <QToolBar>
+#include <set>
 
 namespace ombrel {
 
@@ -34,6 +35,58 @@ TEST_F(ShellTest, panelsComeBackWhereTheyWereInTheNextWindowAndStart) {
     trigger("resetWorkspace");
     EXPECT_FALSE(dock(*document().window(), "layers").isFloating());
     EXPECT_FALSE(dock(*document().window(), "history").isHidden());
+}
+
+/// As a version with fewer panels saved it.
+std::string olderLayout() {
+    QMainWindow window;
+    const auto add = [&](const char* name, Qt::DockWidgetArea area) {
+        auto* dock = new QDockWidget(&window);
+        dock->setObjectName(name);
+        window.addDockWidget(area, dock);
+        return dock;
+    };
+    add("color", Qt::LeftDockWidgetArea);
+    add("info", Qt::RightDockWidgetArea);
+    QDockWidget* layers = add("layers", Qt::RightDockWidgetArea);
+    window.tabifyDockWidget(layers, add("history", Qt::RightDockWidgetArea));
+    layers->raise();
+    add("histogram", Qt::RightDockWidgetArea)->setFloating(true);
+    return window.saveState(3).toBase64().toStdString();
+}
+
+TEST_F(ShellTest, panelsThatALayoutDoesNotKnowStandWhereTheyStandAtFirst) {
+    makeDocument();
+    document().close();
+    settle();
+    Json layouts = settings->json("windowLayouts");
+    ASSERT_EQ(layouts.size(), 1u);
+    layouts.begin().value()["panels"] = olderLayout();
+    settings->setJson("windowLayouts", layouts);
+    makeDocument();
+    DocumentWindow& window = *document().window();
+    const auto tabsAt = [&](const char* name) {
+        std::set<std::string> names{name};
+        for (const QDockWidget* other : window.tabifiedDockWidgets(&dock(window, name)))
+            names.insert(other->objectName().toStdString());
+        return names;
+    };
+    using Names = std::set<std::string>;
+    const auto expectAll = [&] {
+        EXPECT_TRUE(dock(window, "histogram").isFloating());
+        EXPECT_EQ(tabsAt("navigator"), (Names{"navigator", "info"}));
+        EXPECT_EQ(tabsAt("brushes"), (Names{"layers", "history", "brushes"}));
+        EXPECT_EQ(tabsAt("swatches"), (Names{"color", "swatches"}));
+        EXPECT_EQ(window.dockWidgetArea(&dock(window, "swatches")), Qt::LeftDockWidgetArea);
+        for (const char* name : {"navigator", "swatches", "brushes"})
+            EXPECT_FALSE(dock(window, name).isHidden()) << name;
+        EXPECT_FALSE(dock(window, "layers").visibleRegion().isEmpty()) << "it stood in front";
+    };
+    expectAll();
+    // One that cannot be read changes nothing.
+    settings->setJson("workspaces", {{"Damaged", "AAAA"}});
+    EXPECT_FALSE(window.layout().applyWorkspace("Damaged"));
+    expectAll();
 }
 
 TEST_F(ShellTest, whatIsHiddenAsAWholeIsThereInTheNextWindow) {
