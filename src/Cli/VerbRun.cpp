@@ -1,6 +1,7 @@
 #include "Cli/VerbRun.h"
 
 #include "Base/Settings.h"
+#include "Core/ScratchFolder.h"
 #include "Core/TileStore.h"
 
 #include <CLI/CLI.hpp>
@@ -32,6 +33,12 @@ TileStore::Budget budgetOf(const VerbRunOptions& options) {
     return budget;
 }
 
+/// The scratch file lies where the store finds the folder when it is first used.
+TileStore& storeOfSettings() {
+    ScratchFolder::choose(Settings::shared().get(SettingKeys::scratchFolder));
+    return TileStore::shared();
+}
+
 } // namespace
 
 void VerbRunOptions::declare(CLI::App& options) {
@@ -42,7 +49,7 @@ void VerbRunOptions::declare(CLI::App& options) {
 }
 
 VerbRun::VerbRun(const VerbRunOptions& options)
-    : store_(TileStore::shared()),
+    : store_(storeOfSettings()),
       progress_([this](double fraction, const std::string& text) { line_.show(fraction, text); }),
       interruption_(progress_) {
     store_.setBudget(budgetOf(options));

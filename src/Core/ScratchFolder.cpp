@@ -1,7 +1,10 @@
 #include "Core/ScratchFolder.h"
 
+#include "Base/Log.h"
+#include "Base/XdgFolders.h"
 #include "Core/ScratchFile.h"
 
+#include <array>
 #include <mutex>
 #include <utility>
 
@@ -24,9 +27,7 @@ Choice& choice() {
 } // namespace
 
 ScratchFolder::Path ScratchFolder::usual() {
-    std::error_code none;
-    const Path temporary = std::filesystem::temp_directory_path(none);
-    return none ? Path() : temporary / folderName;
+    return XdgFolders::fromEnvironment().temporary / folderName;
 }
 
 void ScratchFolder::choose(Path folder) {
@@ -37,6 +38,16 @@ void ScratchFolder::choose(Path folder) {
 ScratchFolder::Path ScratchFolder::chosen() {
     const std::lock_guard guard(choice().mutex);
     return choice().folder.empty() ? usual() : choice().folder;
+}
+
+std::unique_ptr<ScratchFile> ScratchFolder::open() {
+    for (const Path& folder : std::array{chosen(), usual(), usual().parent_path()}) {
+        auto file = ScratchFile::open(folder);
+        if (file) return *std::move(file);
+        // The usual folder belongs to the user who came first.
+        if (folder != usual()) Log::warning("{}: {}", folder.string(), file.error().message());
+    }
+    return nullptr;
 }
 
 std::expected<std::uint64_t, std::string> ScratchFolder::examine(const Path& folder) {

@@ -22,7 +22,8 @@ TileStore::Budget TileStore::Budget::ofMemory(std::int64_t physicalBytes, double
 TileStore& TileStore::shared() {
     static const std::shared_ptr<TileStore>& store = *new std::shared_ptr<TileStore>([] {
         const std::int64_t physicalBytes = sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE);
-        return create(Budget::ofMemory(physicalBytes, 0.5), ScratchFolder::chosen());
+        return create(Budget::ofMemory(physicalBytes, 0.5),
+                      {ScratchFolder::open(), MemoryPressureSource::ofSystem()});
     }());
     return *store;
 }

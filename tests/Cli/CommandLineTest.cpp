@@ -1,3 +1,4 @@
+#include "Base/AtomicFile.h"
 #include "Cli/Pictures.h"
 #include "Cli/ProgramRun.h"
 #include "support/TemporaryFolder.h"
@@ -100,6 +101,21 @@ TEST(CommandLine, helpAndVersionGoToStandardOutput) {
         for (const std::string& part : parts)
             EXPECT_NE(result.output.find(part), std::string::npos) << part << result.output;
     }
+}
+
+TEST(CommandLine, scratchFilesLieWhereTheSettingsOfTheEditorSay) {
+    const TemporaryFolder folder;
+    const std::filesystem::path scratch = folder / "own";
+    std::filesystem::create_directories(folder / "ombrel");
+    ASSERT_TRUE(writeFileAtomically(folder / "ombrel/settings.json",
+                                    R"({"scratchFolder": ")" + scratch.string() + "\"}"));
+    test::writePicture(folder / "in.png", {30, 20},
+                       [](auto, auto) { return PremultipliedColor(); });
+    const ProgramResult result = runProgram({"export", folder / "in.png", folder / "out.png"}, [&] {
+        ::setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+    });
+    EXPECT_EQ(result.exitStatus, 0) << result.errors;
+    EXPECT_TRUE(std::filesystem::is_directory(scratch)) << "the file in it has no name";
 }
 
 TEST(CommandLine, anOutputThatTakesNothingIsAFailure) {

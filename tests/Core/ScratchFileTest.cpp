@@ -2,6 +2,7 @@
 #include "Core/TileStoreFakes.h"
 
 #include "Base/Uuid.h"
+#include "Core/ScratchFolder.h"
 
 #include <cerrno>
 #include <csignal>
@@ -178,6 +179,34 @@ TEST(ScratchFileDeath, aStoreOnAFullDiskKeepsItsTilesCompressed) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const TemporaryDirectory directory;
     EXPECT_EXIT(spillBeyondTheLimit(directory.path()), ::testing::ExitedWithCode(0), "");
+}
+
+/// The one who came first has made it, for himself alone.
+TEST(ScratchFolder, anotherWillDoWhereNothingCanBeWritten) {
+    const TemporaryDirectory directory;
+    const auto usual = directory.path() / "OmbrelScratch";
+    std::filesystem::create_directories(directory.path() / "disk");
+    const char* const before = std::getenv("TMPDIR");
+    const std::string kept = before != nullptr ? before : "";
+    ::setenv("TMPDIR", directory.path().c_str(), 1);
+    const auto folderOfNew = [] {
+        const auto file = ScratchFolder::open();
+        return file ? file->path().parent_path() : std::filesystem::path();
+    };
+    EXPECT_EQ(folderOfNew(), usual);
+    ScratchFolder::choose(directory.path() / "disk");
+    EXPECT_EQ(folderOfNew(), directory.path() / "disk");
+    ScratchFolder::choose("/proc/none");
+    EXPECT_EQ(folderOfNew(), usual);
+    std::filesystem::remove(usual);
+    std::ofstream(usual) << "in the way";
+    EXPECT_EQ(folderOfNew(), directory.path());
+    ScratchFolder::choose({});
+    EXPECT_EQ(folderOfNew(), directory.path());
+    if (before != nullptr)
+        ::setenv("TMPDIR", kept.c_str(), 1);
+    else
+        ::unsetenv("TMPDIR");
 }
 
 } // namespace
