@@ -24,7 +24,7 @@ std::string_view textOf(std::span<const std::byte> bytes) {
     return text;
 }
 
-/// An Adobe Color file begins with its version and a count that its size bears out.
+/// An Adobe Color file has no mark: it begins with its version, as no text does.
 bool isAdobeColor(std::span<const std::byte> bytes) {
     if (bytes.size() < 4) return false;
     const auto word = [&](std::size_t at) {
