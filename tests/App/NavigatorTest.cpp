@@ -237,6 +237,25 @@ TEST_F(HistogramTest, figuresAreThoseOfWhatIsChosen) {
     EXPECT_EQ(text("histogramReadout"), "Level 54   100.0 %   up to here 100.0 %");
 }
 
+TEST_F(HistogramTest, whatIsStillBeingCountedIsNotShownForWhatHasNoPixels) {
+    make(TestDocument({2000, 1500})
+             .layer("A")
+             .painted({0, 0, 2000, 1500},
+                      [](std::int64_t, std::int64_t) { return PremultipliedColor{0, 0, 0, 1}; })
+             .active()
+             .group("G")
+             .end()
+             .state());
+    choose("histogramSource", 1);
+    ASSERT_TRUE(
+        eventually(fixture, [&] { return text("histogramReadout").starts_with("One of "); }));
+    QTest::qWait(700); // by then every pixel is being counted, and this test keeps it from its end
+    fixture.session->setActiveLayer(fixture.state().root->children.back().id());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return text("histogramFigures") == "No pixels"; }));
+    fixture.settle();
+    EXPECT_EQ(text("histogramFigures"), "No pixels");
+}
+
 TEST_F(HistogramTest, aLargePictureIsSampledFirstAndThenCountedAsAWhole) {
     make(TestDocument({4000, 3000})
              .layer("A")

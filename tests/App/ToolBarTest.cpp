@@ -154,11 +154,13 @@ TEST_F(BarsTest, theWellsShowTheColoursAndSwapAndResetThem) {
 
 TEST(ScreenColor, goesThroughTheDocumentsProfileAndBack) {
     const ColorProfile& wide = ColorProfile::displayP3();
-    const PremultipliedColor red = documentColor(QColor(255, 0, 0), wide);
+    const PremultipliedColor red = documentColor(ColorMath::DisplayRgb{1, 0, 0}, wide);
     EXPECT_NEAR(red.red, 0.8225f, 0.002f); // of the wider red
     EXPECT_NEAR(red.green, 0.0332f, 0.002f);
-    for (const QColor& color : {QColor(255, 0, 0), QColor(12, 200, 99), QColor(1, 2, 3)})
-        EXPECT_EQ(screenColor(documentColor(color, wide), wide).rgb(), color.rgb());
+    for (const QColor& color : {QColor(255, 0, 0), QColor(12, 200, 99), QColor(1, 2, 3)}) {
+        const ColorMath::DisplayRgb rgb{color.redF(), color.greenF(), color.blueF()};
+        EXPECT_EQ(screenColor(documentColor(rgb, wide), wide).rgb(), color.rgb());
+    }
     EXPECT_EQ(screenColor({0, 1, 0, 1}, wide).rgb(), QColor(0, 255, 0).rgb()) << "out of reach";
 }
 

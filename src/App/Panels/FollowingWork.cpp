@@ -20,7 +20,7 @@ void FollowingWork::wish() {
 void FollowingWork::run() {
     if (!std::exchange(isWished_, false)) return;
     Job job = next_();
-    if (!job.slice) return;
+    if (!job.slice) return work_.cancel(); // what is done meanwhile is of something else
     isWorking_ = true;
     work_.start(std::move(job.slice), [this, answer = std::move(job.answer)] {
         isWorking_ = false;

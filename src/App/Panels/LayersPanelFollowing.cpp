@@ -87,11 +87,6 @@ QItemSelection LayersPanel::selectionOf(const std::set<LayerID>& ids) const {
 }
 
 void LayersPanel::showSelection() {
-    QItemSelection selection;
-    for (const LayerID id : *session_->_selectedLayerIDs) {
-        const QModelIndex row = model_->indexOf(id, LayerTreeModel::visibilityColumn);
-        if (row.isValid()) selection.select(row, row.siblingAtColumn(LayerTreeModel::layerColumn));
-    }
     const std::optional<LayerID> active = session_->_state->activeLayerID;
     const QModelIndex current = active ? model_->indexOf(*active) : QModelIndex();
     QItemSelectionModel& rows = *view_->selectionModel();

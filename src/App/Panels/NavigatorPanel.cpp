@@ -4,12 +4,9 @@
 #include "App/Look/Theme.h"
 #include "App/Panels/NavigatorView.h"
 #include "App/Panels/PictureImage.h"
+#include "App/Panels/ViewChange.h"
 #include "App/Panels/ZoomField.h"
-#include "Core/ViewMapping.h"
-#include "Editor/DocumentSession.h"
 #include "Engine/SmallPicture.h"
-#include "Tools/ToolContext.h"
-#include "Tools/ViewNavigation.h"
 
 #include <QHBoxLayout>
 #include <QSlider>
@@ -63,12 +60,12 @@ NavigatorPanel::NavigatorPanel(const PanelContext& context, QWidget* parent)
     layout->addWidget(view_, 1);
     makeBar();
     view_->onCenter = [this](RealPoint center) {
-        ViewTransform view = *session_->_viewTransform;
-        view.center = {center.x, center.y};
-        setView(view);
+        ViewTransform wanted = *session_->_viewTransform;
+        wanted.center = {center.x, center.y};
+        changeView(*session_, [&](CanvasNavigation& view) { view.set(wanted); });
     };
     view_->onZoom = [this](double factor) {
-        zoomTo(session_->_viewTransform->scale * *session_->_contentsScale * factor);
+        changeView(*session_, [factor](CanvasNavigation& view) { view.zoomBy(factor); });
     };
     view_->onResize = [this] {
         if (isVisible()) work_.wish();
@@ -112,8 +109,7 @@ void NavigatorPanel::makeBar() {
     turn_->setAutoRaise(true);
     turn_->setToolTip(QStringLiteral("The view is turned; click to turn it back"));
     connect(turn_, &QToolButton::clicked, this, [this] {
-        const ViewTransform& view = *session_->_viewTransform;
-        setView(ViewNavigation::turned(view, 0, viewCenter(view)));
+        changeView(*session_, [](CanvasNavigation& view) { view.resetRotation(); });
     });
     bar->addWidget(turn_);
     static_cast<QVBoxLayout*>(layout())->addLayout(bar);
@@ -149,20 +145,8 @@ FollowingWork::Job NavigatorPanel::makingPicture() {
     return {std::move(make), [this] { view_->setPicture(making_->image); }};
 }
 
-// The canvas, where there is one, keeps the view within its limits.
-void NavigatorPanel::setView(const ViewTransform& view) {
-    if (const auto canvas = session_->toolContext.lock()) {
-        canvas->setViewTransform(view);
-    } else {
-        session_->setViewTransform(view);
-    }
-}
-
 void NavigatorPanel::zoomTo(double magnification) {
-    const ViewTransform& view = *session_->_viewTransform;
-    const double contentsScale = *session_->_contentsScale;
-    setView(ViewNavigation::zoomed(view, magnification / contentsScale, viewCenter(view),
-                                   contentsScale));
+    changeView(*session_, [&](CanvasNavigation& view) { view.zoomTo(magnification); });
 }
 
 void NavigatorPanel::showEvent(QShowEvent* event) {

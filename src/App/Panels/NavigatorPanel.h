@@ -42,7 +42,6 @@ private:
     void followState(const DocumentState& state);
     void followView(const ViewTransform& view);
     FollowingWork::Job makingPicture();
-    void setView(const ViewTransform& view);
     void zoomTo(double magnification);
 
     std::shared_ptr<DocumentSession> session_;

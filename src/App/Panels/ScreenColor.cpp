@@ -64,11 +64,4 @@ QColor screenColor(const PremultipliedColor& color, const ColorProfile& document
     return screen;
 }
 
-PremultipliedColor documentColor(const QColor& color, const ColorProfile& document) {
-    const float alpha = color.alphaF();
-    const PremultipliedColor opaque =
-        documentColor(DisplayRgb{color.redF(), color.greenF(), color.blueF()}, document);
-    return {opaque.red * alpha, opaque.green * alpha, opaque.blue * alpha, alpha};
-}
-
 } // namespace ombrel

@@ -11,10 +11,8 @@
 namespace ombrel {
 
 QColor screenColor(const PremultipliedColor& color, const ColorProfile& document);
-/// Opaque colours stay opaque.
-PremultipliedColor documentColor(const QColor& color, const ColorProfile& document);
 
-/// The same for who chooses colours: all the digits there are, and without alpha. A byte of each
+/// For who chooses colours: all the digits there are, and without alpha. A byte of each
 /// channel comes back as that byte, whatever the profile between.
 ColorMath::DisplayRgb displayColor(const PremultipliedColor& color, const ColorProfile& document);
 PremultipliedColor documentColor(const ColorMath::DisplayRgb& color, const ColorProfile& document);

@@ -2,10 +2,10 @@
 
 #include "App/Brushes/BrushOptionRow.h"
 #include "App/Look/QtText.h"
+#include "App/Panels/ViewChange.h"
 #include "Editor/DocumentSession.h"
 #include "Tools/EyedropperTool.h"
 #include "Tools/MoveTool.h"
-#include "Tools/ViewNavigation.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -85,47 +85,29 @@ ToolOptionRow eyedropperOptions(const PanelContext& /*context*/, Tool& any, QWid
     return {{new QLabel(QStringLiteral("Sample"), parent), size, source}, refresh};
 }
 
-using ViewChange = ViewTransform (*)(const DocumentSession&);
-
 QPushButton* viewButton(const PanelContext& context, const char* name, const QString& words,
-                        ViewChange change, QWidget* parent) {
+                        void (CanvasNavigation::*change)(), QWidget* parent) {
     auto* button = new QPushButton(words, parent);
     button->setObjectName(QLatin1String(name));
     button->setFocusPolicy(Qt::TabFocus);
     QObject::connect(button, &QPushButton::clicked, parent, [session = context.session, change] {
-        session->setViewTransform(change(*session));
+        changeView(*session, [change](CanvasNavigation& view) { (view.*change)(); });
     });
     return button;
 }
 
-ViewTransform fitted(const DocumentSession& session) {
-    const PixelSize size = session._state->canvas.size;
-    const RealRect bounds{{0, 0},
-                          {static_cast<double>(size.width), static_cast<double>(size.height)}};
-    return ViewNavigation::fitted(*session._viewTransform, bounds, *session._contentsScale);
-}
-
-ViewTransform atFullSize(const DocumentSession& session) {
-    const ViewTransform& view = *session._viewTransform;
-    const RealPoint middle{view.viewportSize.width / 2, view.viewportSize.height / 2};
-    return ViewNavigation::zoomed(view, 1 / *session._contentsScale, middle,
-                                  *session._contentsScale);
-}
-
-ViewTransform upright(const DocumentSession& session) {
-    const ViewTransform& view = *session._viewTransform;
-    const RealPoint middle{view.viewportSize.width / 2, view.viewportSize.height / 2};
-    return ViewNavigation::turned(view, 0, middle);
-}
-
 ToolOptionRow viewOptions(const PanelContext& context, Tool& /*tool*/, QWidget* parent) {
-    return {{viewButton(context, "fitView", QStringLiteral("Fit"), fitted, parent),
-             viewButton(context, "fullSize", QStringLiteral("100 %"), atFullSize, parent)},
+    return {{viewButton(context, "fitView", QStringLiteral("Fit"), &CanvasNavigation::zoomToFit,
+                        parent),
+             viewButton(context, "fullSize", QStringLiteral("100 %"),
+                        &CanvasNavigation::actualPixels, parent)},
             {}};
 }
 
 ToolOptionRow rotateOptions(const PanelContext& context, Tool& /*tool*/, QWidget* parent) {
-    return {{viewButton(context, "uprightView", QStringLiteral("Reset"), upright, parent)}, {}};
+    return {{viewButton(context, "uprightView", QStringLiteral("Reset"),
+                        &CanvasNavigation::resetRotation, parent)},
+            {}};
 }
 
 struct ToolOptionMaker {

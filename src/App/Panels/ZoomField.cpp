@@ -1,7 +1,6 @@
 #include "App/Panels/ZoomField.h"
 
-#include "Editor/DocumentSession.h"
-#include "Tools/ViewNavigation.h"
+#include "App/Panels/ViewChange.h"
 
 #include <optional>
 
@@ -49,13 +48,8 @@ void ZoomField::takeZoom() {
     const bool isTyped = isModified();
     const std::optional<double> percent = percentOf(text());
     setModified(false);
-    if (isTyped && percent) {
-        const ViewTransform& view = *session_->_viewTransform;
-        const RealPoint middle{view.viewportSize.width / 2, view.viewportSize.height / 2};
-        const double scale = *percent / 100 / *session_->_contentsScale;
-        session_->setViewTransform(
-            ViewNavigation::zoomed(view, scale, middle, *session_->_contentsScale));
-    }
+    if (isTyped && percent)
+        changeView(*session_, [&](CanvasNavigation& view) { view.zoomTo(*percent / 100); });
     showZoom();
 }
 

@@ -1,4 +1,5 @@
 // The window's actions, dialogs and looks.
+#include "App/Canvas/CanvasView.h"
 #include "App/Screenshot.h"
 #include "App/Shell/ExportDialog.h"
 #include "App/Shell/MessageBoxes.h"
@@ -13,6 +14,7 @@
 #include <QDoubleSpinBox>
 #include <QDropEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -210,6 +212,33 @@ TEST_F(ShellTest, picturesOfTheMainStates) {
     ASSERT_TRUE(eventually([&] { return controller->startWindow() != nullptr; }));
     QTest::qWait(300);
     saveScreenshot(*controller->startWindow(), "start");
+}
+
+TEST_F(ShellTest, aMagnificationThatWasAskedForStaysWhenTheWindowGetsAnotherSize) {
+    makeDocument({3000, 2000});
+    DocumentWindow& window = *document().window();
+    const auto stays = [&](double magnification) {
+        EXPECT_DOUBLE_EQ(window.canvas().navigation().magnification(), magnification);
+        const QSize before = window.canvas().size();
+        window.resize(window.size() - QSize(80, 60));
+        EXPECT_TRUE(eventually([&] { return window.canvas().size() != before; }));
+        EXPECT_DOUBLE_EQ(window.canvas().navigation().magnification(), magnification);
+    };
+    auto* zoom = window.findChild<QLineEdit*>("zoom");
+    zoom->selectAll();
+    QTest::keyClicks(zoom, "150");
+    QTest::keyClick(zoom, Qt::Key_Return);
+    stays(1.5);
+    document().session()->setTool(ToolKind::zoom);
+    const auto button = [&](const char* name) { return window.findChild<QPushButton*>(name); };
+    ASSERT_TRUE(eventually([&] { return button("fitView") != nullptr; }));
+    button("fitView")->click();
+    const double whole = window.canvas().navigation().magnification();
+    window.resize(window.size() - QSize(200, 160));
+    EXPECT_TRUE(eventually([&] { return window.canvas().navigation().magnification() < whole; }))
+        << "it goes on fitting";
+    button("fullSize")->click();
+    stays(1);
 }
 
 } // namespace ombrel
