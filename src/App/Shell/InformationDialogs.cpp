@@ -36,7 +36,8 @@ using Lines = std::vector<std::pair<QString, QString>>;
 
 constexpr QSize textSize(620, 460);
 
-QDialog* makeDialog(QWidget& on, const QString& title, QWidget* body, QDialogButtonBox*& buttons) {
+/// Its box of buttons has one that closes it.
+QDialog* makeDialog(QWidget& on, const QString& title, QWidget* body) {
     auto* dialog = new QDialog(&on);
     dialog->setWindowTitle(title);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -44,7 +45,7 @@ QDialog* makeDialog(QWidget& on, const QString& title, QWidget* body, QDialogBut
     layout->setContentsMargins(Spacing::wide, Spacing::wide, Spacing::wide, Spacing::wide);
     layout->setSpacing(Spacing::wide);
     layout->addWidget(body, 1);
-    buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog);
     QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::close);
     layout->addWidget(buttons);
     return dialog;
@@ -65,10 +66,10 @@ void showLines(QWidget& on, const char* name, const QString& title, const Lines&
         form->addRow(what, label);
         text += what + ": " + value;
     }
-    QDialogButtonBox* buttons = nullptr;
-    QDialog* dialog = makeDialog(on, title, body, buttons);
+    QDialog* dialog = makeDialog(on, title, body);
     dialog->setObjectName(name);
-    auto* copy = buttons->addButton("Copy", QDialogButtonBox::ActionRole);
+    auto* copy =
+        dialog->findChild<QDialogButtonBox*>()->addButton("Copy", QDialogButtonBox::ActionRole);
     QObject::connect(copy, &QPushButton::clicked, dialog,
                      [text] { QApplication::clipboard()->setText(text.join('\n')); });
     dialog->show();
@@ -116,8 +117,7 @@ void showLicenses(QWidget& on) {
     if (*lucideLicense != '\0') all += QString("\nThe icons (Lucide):\n\n") + lucideLicense;
     text->setPlainText(all);
     text->setMinimumSize(textSize);
-    QDialogButtonBox* buttons = nullptr;
-    QDialog* dialog = makeDialog(on, "Licenses", text, buttons);
+    QDialog* dialog = makeDialog(on, "Licenses", text);
     dialog->setObjectName("licenseDialog");
     dialog->show();
 }
