@@ -141,11 +141,13 @@ void LayerActions::toggleLocks(DocumentSession& session, LayerLocks locks) {
     const char* const name = locks == LayerLocks::all ? "Lock or Unlock Layers"
                              : sets                   ? "Lock Layers"
                                                       : "Unlock Layers";
-    session.perform(propertiesCommand(*session._state, layers.ids(), change, name, false));
+    changeProperties(session, name, change);
 }
 
-void LayerActions::toggleAllLocks(DocumentSession& session) {
-    toggleLocks(session, LayerLocks::all);
+void LayerActions::changeProperties(DocumentSession& session, const char* name,
+                                    const std::function<void(LayerProperties&)>& change) {
+    const std::vector<LayerID> ids = targets(session);
+    if (!ids.empty()) session.perform(propertiesCommand(*session._state, ids, change, name, false));
 }
 
 void LayerActions::arrange(DocumentSession& session,

@@ -5,6 +5,7 @@
 #include "Commands/ArrangeCommands.h"
 #include "Core/Layer.h"
 
+#include <functional>
 #include <vector>
 
 namespace ombrel {
@@ -26,7 +27,9 @@ void toggleVisibility(DocumentSession& session); ///< hides where all are visibl
 void toggleClipping(DocumentSession& session);   ///< releases where all are clipped
 /// Sets the locks on all unless all have them, then takes them off.
 void toggleLocks(DocumentSession& session, LayerLocks locks);
-void toggleAllLocks(DocumentSession& session);
+/// One change to the properties of all of them, as one step of the history.
+void changeProperties(DocumentSession& session, const char* name,
+                      const std::function<void(LayerProperties&)>& change);
 void arrange(DocumentSession& session, ArrangeLayersCommand::Arrangement arrangement);
 void rasterize(DocumentSession& session);
 void merge(DocumentSession& session); ///< as LayerSelection::merge says

@@ -31,16 +31,15 @@ const char* whenChosen(In in, const char* why) {
 
 template <Arrangement arrangement>
 constexpr WindowAction arrange(const char* identifier, const char* text, const char* shortcut) {
-    return {
-        "&Layer/&Arrange",
-        identifier,
-        text,
-        shortcut,
-        [](In in) -> const char* {
-            if (const char* why = whenLayers(in)) return why;
-            return selected(in).canArrange(arrangement) ? nullptr : "It stands there already.";
-        },
-        [](In in) { in.session.perform(ArrangeLayersCommand{selected(in).ids(), arrangement}); }};
+    return {"&Layer/&Arrange",
+            identifier,
+            text,
+            shortcut,
+            [](In in) -> const char* {
+                if (const char* why = whenLayers(in)) return why;
+                return selected(in).canArrange(arrangement) ? nullptr : "It stands there already.";
+            },
+            [](In in) { LayerActions::arrange(in.session, arrangement); }};
 }
 
 template <FlipAxis axis>

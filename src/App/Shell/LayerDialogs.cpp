@@ -1,9 +1,11 @@
 #include "App/Shell/LayerDialogs.h"
 
 #include "App/Look/QtText.h"
+#include "App/Panels/LayerActions.h"
+#include "App/Panels/LayerSelection.h"
 #include "App/Shell/FormDialog.h"
-#include "App/Shell/LayerChange.h"
 #include "Commands/CanvasCommands.h"
+#include "Commands/LayerPropertyCommands.h"
 #include "Commands/RotateCommands.h"
 #include "Commands/TranslateLayersCommand.h"
 #include "Editor/DocumentSession.h"
@@ -83,8 +85,8 @@ void showLayerOpacity(QWidget& window, DocumentSession& session) {
         const auto edited = weak.lock();
         if (!edited) return;
         const float wanted = static_cast<float>(opacity->value()) / 100;
-        changeLayers(*edited, "Layer Opacity",
-                     [&](LayerProperties& each) { each.opacity = wanted; });
+        LayerActions::changeProperties(*edited, "Layer Opacity",
+                                       [&](LayerProperties& each) { each.opacity = wanted; });
     };
     makeFormDialog(window, "opacityDialog", "Layer Opacity", form, accept)->show();
 }

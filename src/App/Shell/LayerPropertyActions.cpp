@@ -2,7 +2,6 @@
 #include "App/Panels/LayerActions.h"
 #include "App/Shell/ActionReasons.h"
 #include "App/Shell/DocumentWindow.h"
-#include "App/Shell/LayerChange.h"
 #include "App/Shell/LayerDialogs.h"
 #include "App/Shell/WindowAction.h"
 
@@ -24,10 +23,9 @@ const LayerProperties* active(In in) {
 template <std::size_t index>
 const char* whenBlendable(In in) {
     if (const char* why = whenLayers(in)) return why;
-    const LayerNode* node = in.session._state->activeLayer();
-    const bool wantsGroup = blendModeNames[index].mode == BlendMode::passThrough;
-    const bool isGroup = node != nullptr && node->group() != nullptr;
-    return wantsGroup && !isGroup ? "Only groups can pass through." : nullptr;
+    const bool wantsGroups = blendModeNames[index].mode == BlendMode::passThrough;
+    return wantsGroups && !LayerSelection(in.session).areGroups() ? "Only groups can pass through."
+                                                                  : nullptr;
 }
 
 template <std::size_t index>
@@ -39,7 +37,7 @@ constexpr WindowAction blend() {
             "",
             whenBlendable<index>,
             [](In in) {
-                changeLayers(in.session, "Blend Mode", [](LayerProperties& each) {
+                LayerActions::changeProperties(in.session, "Blend Mode", [](LayerProperties& each) {
                     each.blendMode = blendModeNames[index].mode;
                 });
             },

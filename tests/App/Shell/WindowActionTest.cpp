@@ -127,6 +127,12 @@ TEST_F(ShellTest, whatIsGreySaysWhy) {
     EXPECT_EQ(why("revert"), "The document comes from no file yet.");
     EXPECT_EQ(why("passThrough"), "Only groups can pass through.");
     EXPECT_EQ(why("newLayer"), "");
+    trigger("newGroup");
+    QTest::qWait(1);
+    EXPECT_EQ(why("passThrough"), "");
+    trigger("selectAllLayers"); // a layer among them
+    QTest::qWait(1);
+    EXPECT_EQ(why("passThrough"), "Only groups can pass through.");
     ASSERT_TRUE(document().session()->beginLive());
     QTest::qWait(1);
     EXPECT_EQ(why("newLayer"), "An edit is under way: finish it first.");
