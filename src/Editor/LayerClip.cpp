@@ -147,6 +147,15 @@ PixelOffset moveTo(const PasteTarget& target, const PixelRect& bounds, bool hasP
                     target.canvas.size);
 }
 
+std::expected<DocumentState, CommandError>
+inProfile(std::expected<DocumentState, CommandError> state, const ColorProfile& profile,
+          const CommandContext& in) {
+    if (!state || state->canvas.profile == profile) return state;
+    const CommandResult converted = ConvertProfileCommand{profile}.apply(*state, in);
+    if (!converted) return std::unexpected(converted.error());
+    return state;
+}
+
 std::unexpected<std::string> wordsOf(const CommandError& error) {
     return std::unexpected(error.kind == CommandError::Kind::cancelled ? "" : error.text());
 }
@@ -213,6 +222,11 @@ bool LayerClip::fitsNative() const {
 
 std::expected<DocumentState, CommandError> LayerClip::layers(const CommandContext& in) const {
     if (kind_ == Kind::layers) return state_;
+    return onePicture(in);
+}
+
+std::expected<DocumentState, CommandError> LayerClip::onePicture(const CommandContext& in) const {
+    if (isOnePicture(state_)) return state_;
     auto pixels = Flattener::compositeGrid(state_, in.device, in.store, nullptr, in.progress);
     if (!pixels) return std::unexpected(CommandError::from(pixels.error()));
     PixelLayer layer = PixelLayer::named(layerName_);
@@ -247,15 +261,22 @@ LayerClip::native(const CommandContext& in) const {
     return NativeFormat::write(*state);
 }
 
+std::expected<PlaceImageCommand, CommandError> LayerClip::placing(const Canvas& canvas,
+                                                                  const CommandContext& in) const {
+    const auto state = inProfile(onePicture(in), canvas.profile, in);
+    if (!state) return std::unexpected(state.error());
+    return PlaceImageCommand{.layerID = LayerID::make(),
+                             .layerName = layerName_,
+                             .pixels = state->root->children.front().pixelLayer()->pixels,
+                             .size = state->canvas.size,
+                             .center = {static_cast<double>(canvas.size.width) / 2,
+                                        static_cast<double>(canvas.size.height) / 2}};
+}
+
 std::expected<PasteLayersCommand, CommandError> LayerClip::pasting(const PasteTarget& target,
                                                                    const CommandContext& in) const {
-    auto state = layers(in);
+    auto state = inProfile(layers(in), target.canvas.profile, in);
     if (!state) return std::unexpected(state.error());
-    if (state->canvas.profile != target.canvas.profile) {
-        const CommandResult converted =
-            ConvertProfileCommand{target.canvas.profile}.apply(*state, in);
-        if (!converted) return std::unexpected(converted.error());
-    }
     const PixelRect whole = PixelRect::ofSize(state->canvas.size);
     const bool isPicture = kind_ == Kind::merged || !hasPlace_;
     const PixelRect bounds =

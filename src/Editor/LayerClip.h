@@ -4,6 +4,7 @@
 // goes freely between threads; what takes a CommandContext is work for others than the main thread.
 #pragma once
 
+#include "Commands/AddLayerCommands.h"
 #include "Commands/ClipboardCommands.h"
 #include "Core/RealGeometry.h"
 #include "IO/DocumentReader.h"
@@ -63,6 +64,10 @@ public:
     /// The edit that adds the layers, with new identifiers, in the profile of the target.
     std::expected<PasteLayersCommand, CommandError> pasting(const PasteTarget& target,
                                                             const CommandContext& in) const;
+    /// The edit that adds what shows of it as one picture, in the middle of the canvas and in its
+    /// profile.
+    std::expected<PlaceImageCommand, CommandError> placing(const Canvas& canvas,
+                                                           const CommandContext& in) const;
 
 private:
     enum class Kind { layers, merged };
@@ -73,6 +78,7 @@ private:
 
     static LayerClip ofDocument(const DocumentState& state, const std::string& layerName);
     std::expected<DocumentState, CommandError> layers(const CommandContext& in) const;
+    std::expected<DocumentState, CommandError> onePicture(const CommandContext& in) const;
 
     DocumentState state_; ///< of `layers`: those copied alone
     Kind kind_;

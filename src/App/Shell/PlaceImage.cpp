@@ -4,10 +4,7 @@
 #include "App/Shell/Dialogs.h"
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/DocumentWindow.h"
-#include "Commands/AddLayerCommands.h"
-#include "Commands/ColorModeCommands.h"
-#include "Commands/MergeCommands.h"
-#include "IO/DocumentReader.h"
+#include "Editor/LayerClip.h"
 
 #include <QPointer>
 
@@ -19,39 +16,15 @@ namespace {
 
 using Picture = std::expected<PlaceImageCommand, std::string>;
 
-bool isOnePicture(const DocumentState& state) {
-    if (state.root->children.size() != 1) return false;
-    const PixelLayer* layer = state.root->children.front().pixelLayer();
-    return layer != nullptr && layer->offset == PixelOffset{} && !layer->mask &&
-           layer->properties.isVisible && layer->properties.opacity == 1;
-}
-
-/// What the document shows as one layer; the active one afterwards.
-CommandResult flatten(DocumentState& state, const CommandContext& in) {
-    if (isOnePicture(state)) return {};
-    return StampVisibleCommand{}.apply(state, in);
-}
-
 /// On the worker.
 Picture readPicture(const std::filesystem::path& path, const Canvas& canvas,
                     const CommandContext& in) {
-    auto opened = readDocument(path, in.store, *in.progress);
-    if (!opened) return std::unexpected(opened.error().isCancelled() ? "" : opened.error().text());
-    DocumentState state = opened->state();
-    auto done = flatten(state, in);
-    if (done && state.canvas.profile != canvas.profile)
-        done = ConvertProfileCommand{canvas.profile}.apply(state, in);
-    if (!done) return std::unexpected(done.error().text());
-    const LayerNode* node =
-        isOnePicture(state) ? &state.root->children.front() : state.activeLayer();
-    const PixelLayer* layer = node != nullptr ? node->pixelLayer() : nullptr;
-    if (layer == nullptr) return std::unexpected("There is no picture in it.");
-    return PlaceImageCommand{.layerID = LayerID::make(),
-                             .layerName = path.stem().string(),
-                             .pixels = layer->pixels,
-                             .size = state.canvas.size,
-                             .center = {static_cast<double>(canvas.size.width) / 2,
-                                        static_cast<double>(canvas.size.height) / 2}};
+    const LayerClip::Read clip = LayerClip::ofFile(path, in.store, *in.progress);
+    if (!clip) return std::unexpected(clip.error());
+    auto command = clip->placing(canvas, in);
+    if (command) return *std::move(command);
+    const bool isCancelled = command.error().kind == CommandError::Kind::cancelled;
+    return std::unexpected(isCancelled ? "" : command.error().text());
 }
 
 } // namespace

@@ -321,4 +321,25 @@ TEST_F(ShellTest, closingDuringWorkStaysOrWaitsForWhatTheWorkMakes) {
     EXPECT_EQ(document().session()->_state->canvas.size, (PixelSize{turned.height, turned.width}));
 }
 
+TEST_F(ShellTest, aPlacedImageIsOneLayerInTheMiddleAndADamagedOneSaysSo) {
+    makeDocument({100, 80});
+    addLayer(document());
+    saveTo(folder / "two layers.ombrel");
+    makeDocument({300, 200});
+    std::ofstream(folder / "broken.png") << "no picture";
+    answers.opened = {{folder / "two layers.ombrel"}, {folder / "broken.png"}};
+    trigger("placeImage", 1);
+    ASSERT_TRUE(eventually([&] { return layerCount(1) == 2; }));
+    const DocumentSession& session = *document(1).session();
+    EXPECT_EQ(session.undoName(), "Place Image");
+    const PixelLayer* placed = session._state->activePixelLayer();
+    ASSERT_NE(placed, nullptr);
+    EXPECT_EQ(placed->properties.name, "two layers");
+    EXPECT_EQ(placed->offset, (PixelOffset{100, 60}));
+    trigger("placeImage", 1);
+    ASSERT_TRUE(eventually([&] { return !answers.failures.empty(); }));
+    EXPECT_TRUE(answers.failures[0].starts_with("“broken.png” could not be placed."));
+    EXPECT_EQ(layerCount(1), 2u);
+}
+
 } // namespace ombrel
