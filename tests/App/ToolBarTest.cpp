@@ -1,6 +1,7 @@
 #include "App/Panels/ToolBar.h"
 
 #include "App/Color/ColorDialog.h"
+#include "App/Look/Theme.h"
 #include "App/PanelFixture.h"
 #include "App/Panels/ColorWells.h"
 #include "App/Panels/OptionsBar.h"
@@ -75,6 +76,33 @@ struct BarsTest : testing::Test {
 };
 
 } // namespace
+
+TEST_F(BarsTest, theIconOfTheOptionsFollowsTheTheme) {
+    const auto ink = [&] {
+        const QImage picture =
+            options->findChild<QLabel*>("toolIcon")->pixmap(Qt::ReturnByValue).toImage();
+        int darkest = 255;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x)
+                if (picture.pixelColor(x, y).alpha() > 200)
+                    darkest = std::min(darkest, picture.pixelColor(x, y).lightness());
+        }
+        return darkest;
+    };
+    Theme::apply(*qApp, ThemeKind::light);
+    fixture.settle();
+    EXPECT_LT(ink(), 100);
+    Theme::apply(*qApp, ThemeKind::dark);
+    fixture.settle();
+    EXPECT_GT(ink(), 150);
+}
+
+TEST_F(BarsTest, aToolThatIsNotThereYetSaysSoBeforeItIsUsed) {
+    EXPECT_EQ(options->findChild<QLabel*>("toolMissing"), nullptr);
+    fixture.session->setTool(ToolKind::text);
+    ASSERT_NE(options->findChild<QLabel*>("toolMissing"), nullptr);
+    EXPECT_TRUE(options->findChild<QLabel*>("toolMissing")->isVisible());
+}
 
 TEST_F(BarsTest, aSlotShowsTheToolOfItsSectionThatWasUsedLast) {
     EXPECT_EQ(checked(), std::vector<std::string>{"brush"});

@@ -30,6 +30,8 @@ void drawToolButton(const QStyleOption& option, QPainter& painter) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(fill);
     painter.setPen(Qt::NoPen);
+    if ((state & QStyle::State_HasFocus) != 0)
+        painter.setPen(QPen(Theme::color(ThemeColor::accent), 1));
     painter.drawRoundedRect(QRectF(option.rect).adjusted(1, 1, -1, -1), Spacing::corner,
                             Spacing::corner);
     painter.restore();
@@ -124,6 +126,7 @@ int LookStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidg
     case SH_ToolTip_WakeUpDelay:
         return 600;
     case SH_DialogButtonBox_ButtonsHaveIcons:
+    case SH_EtchDisabledText: // grey words would be drawn twice, a pixel apart
         return 0;
     default:
         return QProxyStyle::styleHint(hint, option, widget, returned);
@@ -184,8 +187,17 @@ QSize LookStyle::sizeFromContents(ContentsType type, const QStyleOption* option,
     if (type == CT_ComboBox || type == CT_LineEdit || type == CT_SpinBox)
         wanted.setHeight(std::max(wanted.height(), 24));
     if (type == CT_MenuItem && wanted.height() > 8) wanted.setHeight(std::max(wanted.height(), 24));
+    if (type == CT_ItemViewItem) wanted.setHeight(std::max(wanted.height(), 22));
     if (type == CT_TabBarTab) wanted.setHeight(std::max(wanted.height(), 26));
     return wanted;
+}
+
+// Words begin in all fields alike, as in boxes with a choice.
+QRect LookStyle::subElementRect(SubElement element, const QStyleOption* option,
+                                const QWidget* widget) const {
+    const QRect rect = QProxyStyle::subElementRect(element, option, widget);
+    if (element != SE_LineEditContents || !hasFrame(*option)) return rect;
+    return rect.adjusted(Spacing::hair, 0, -Spacing::hair, 0);
 }
 
 // The buttons of a dock's title.

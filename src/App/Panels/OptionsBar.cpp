@@ -6,7 +6,9 @@
 #include "App/Panels/ToolOptions.h"
 #include "Editor/DocumentSession.h"
 #include "Tools/SavedToolSettings.h"
+#include "Tools/UnavailableTool.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 
@@ -20,6 +22,7 @@ OptionsBar::OptionsBar(const PanelContext& context, QWidget* parent)
     auto* body = new QWidget(this);
     icon_ = new QLabel(body);
     name_ = new QLabel(body);
+    icon_->setObjectName(QStringLiteral("toolIcon"));
     name_->setObjectName(QStringLiteral("toolName"));
     layout_ = new QHBoxLayout(body);
     layout_->setContentsMargins(Spacing::normal, 0, Spacing::normal, 0);
@@ -50,6 +53,12 @@ void OptionsBar::showTool(ToolKind kind) {
     layout_->insertWidget(2, options_);
     Tool* tool = context_.session->tool();
     if (tool == nullptr || tool->kind() != kind) return;
+    if (dynamic_cast<UnavailableTool*>(tool) != nullptr) {
+        auto* words = new QLabel(QStringLiteral("This tool isn’t available yet."), options_);
+        words->setObjectName(QStringLiteral("toolMissing"));
+        words->setEnabled(false);
+        row->addWidget(words);
+    }
     ToolOptionRow options = makeToolOptions(context_, *tool, options_);
     for (QWidget* widget : options.widgets)
         row->addWidget(widget);
@@ -58,6 +67,11 @@ void OptionsBar::showTool(ToolKind kind) {
     auto* saved = dynamic_cast<SavedToolSettings*>(tool);
     if (saved != nullptr && options.refresh)
         settingsChanges_ = saved->settingsChanged.connect(options.refresh);
+}
+
+void OptionsBar::changeEvent(QEvent* event) {
+    QToolBar::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) showIcon(*context_.session->_activeTool);
 }
 
 void OptionsBar::showIcon(ToolKind kind) {

@@ -19,6 +19,9 @@ public:
     explicit OptionsBar(const PanelContext& context, QWidget* parent = nullptr);
     ~OptionsBar() override;
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     void showTool(ToolKind kind);
     void showIcon(ToolKind kind);
