@@ -7,11 +7,13 @@
 #include <QMainWindow>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <string_view>
 
 namespace ombrel {
@@ -22,6 +24,7 @@ constexpr int layoutVersion = 3;
 constexpr QSize usualSize(1280, 820);
 constexpr int usualWidth = 264;       ///< of a column of panels
 constexpr int heightOfTheRest = 1000; ///< as much as there is
+constexpr std::chrono::milliseconds stateSettles{250};
 constexpr const char* layoutsKey = "windowLayouts";
 constexpr const char* workspacesKey = "workspaces";
 
@@ -144,11 +147,15 @@ void PanelLayout::toggleFullScreen() {
     window_.setWindowState(window_.windowState() | Qt::WindowFullScreen);
 }
 
-// The window manager may end it too.
+// The window manager may end it too. On its way from a maximized window to the full screen it
+// passes a usual state, which is not meant.
 void PanelLayout::windowStateChanged() {
     if (window_.isFullScreen() || !hidesForFullScreen_) return;
-    hidesForFullScreen_ = false;
-    show();
+    QTimer::singleShot(stateSettles, &window_, [this] {
+        if (window_.isFullScreen() || !hidesForFullScreen_) return;
+        hidesForFullScreen_ = false;
+        show();
+    });
 }
 
 void PanelLayout::reset() {
