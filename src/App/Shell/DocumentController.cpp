@@ -256,7 +256,11 @@ bool DocumentController::isOpenElsewhere(const Path& path, const ImageDocument& 
 }
 
 void DocumentController::removeDocument(ImageDocument& document) {
-    if (document.window() != nullptr) lastDocumentFrame_ = document.window()->geometry();
+    if (const DocumentWindow* window = document.window()) {
+        wasLastDocumentMaximized_ = window->isMaximized();
+        const bool isUsual = !window->isMaximized() && !window->isFullScreen();
+        lastDocumentFrame_ = isUsual ? window->geometry() : window->normalGeometry();
+    }
     // The caller may be the document itself: it ends when all this has returned.
     const auto found =
         std::ranges::find(documents_, &document, &std::shared_ptr<ImageDocument>::get);

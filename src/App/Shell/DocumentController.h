@@ -61,7 +61,9 @@ public:
 
     std::span<const std::shared_ptr<ImageDocument>> documents() const { return documents_; }
     StartWindow* startWindow() const { return startWindow_; }
+    /// Of one that filled the screen, the frame it would have had else.
     const std::optional<QRect>& lastDocumentFrame() const { return lastDocumentFrame_; }
+    bool wasLastDocumentMaximized() const { return wasLastDocumentMaximized_; }
     bool isTerminating() const { return isTerminating_; }
     bool isOpenElsewhere(const Path& path, const ImageDocument& asking) const;
     RecentFiles& recentFiles() { return recentFiles_; }
@@ -108,6 +110,7 @@ private:
     Timer slowOpening_;
     StartWindow* startWindow_ = nullptr; ///< deletes itself
     std::optional<QRect> lastDocumentFrame_;
+    bool wasLastDocumentMaximized_ = false;
     int untitledCount_ = 0;
     bool isRecovering_ = false;
     bool isAskingToQuit_ = false;

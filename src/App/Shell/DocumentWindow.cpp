@@ -40,6 +40,7 @@ namespace ombrel {
 namespace {
 
 constexpr int messageMilliseconds = 8000;
+constexpr QPoint asideOfOther(24, 24);
 /// What the canvas offers where the tool has no menu of its own; null: a line.
 constexpr const char* canvasMenu[] = {
     "undo",        "redo",    nullptr, "newLayer", "duplicateLayers", "deleteLayers", nullptr,
@@ -102,9 +103,36 @@ std::vector<std::function<void()>> DocumentWindow::pieces() {
         [this, context] { statusBar()->addPermanentWidget(new StatusFields(context, this)); });
     pieces.emplace_back([this] {
         takePanels();
-        layout_.restore(controller_.lastDocumentFrame());
+        takePlace();
     });
     return pieces;
+}
+
+// As the window beside it is at the moment, a little aside; else as the last one was.
+void DocumentWindow::takePlace() {
+    DocumentWindow* const other = otherWindow();
+    if (other == nullptr) {
+        layout_.restore(controller_.lastDocumentFrame());
+        if (controller_.wasLastDocumentMaximized())
+            setWindowState(windowState() | Qt::WindowMaximized);
+        return;
+    }
+    other->layout_.save();
+    layout_.restore({});
+    setWindowState(windowState() & ~Qt::WindowStates(Qt::WindowFullScreen));
+    if (!isMaximized()) move(pos() + asideOfOther);
+}
+
+/// The one in use, or one of the others that are open; null: there is none.
+DocumentWindow* DocumentWindow::otherWindow() const {
+    DocumentWindow* found = nullptr;
+    for (const auto& document : controller_.documents()) {
+        DocumentWindow* window = document->window();
+        if (window == nullptr || window == this || !window->isVisible()) continue;
+        found = window;
+        if (window->isActiveWindow()) break;
+    }
+    return found;
 }
 
 void DocumentWindow::present(std::vector<std::string> report) {

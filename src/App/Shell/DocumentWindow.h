@@ -62,6 +62,8 @@ private:
     void makeStatusBar();
     PanelContext panelContext();
     std::vector<std::function<void()>> pieces();
+    void takePlace();
+    DocumentWindow* otherWindow() const;
     void takePanels();
     void takeKeys();
     void takeHistoryStates();

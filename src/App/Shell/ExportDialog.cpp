@@ -1,6 +1,7 @@
 #include "App/Shell/ExportDialog.h"
 
 #include "App/Look/QtText.h"
+#include "App/Panels/StatusFields.h"
 #include "App/Shell/Dialogs.h"
 #include "App/Shell/FileKinds.h"
 #include "App/Shell/ImageDocument.h"
@@ -12,7 +13,6 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QPointer>
 #include <QPushButton>
 #include <QSlider>
@@ -174,7 +174,7 @@ void ExportDialog::measure() {
 }
 
 void ExportDialog::showSize(const std::expected<std::uint64_t, ImageIOError>& bytes) {
-    size_->setText(bytes ? QLocale().formattedDataSize(static_cast<qint64>(*bytes), 1)
+    size_->setText(bytes ? memoryText(static_cast<std::int64_t>(*bytes))
                          : toQt(bytes.error().text()));
 }
 

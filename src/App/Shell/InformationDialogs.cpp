@@ -68,8 +68,10 @@ void showLines(QWidget& on, const char* name, const QString& title, const Lines&
     }
     QDialog* dialog = makeDialog(on, title, body);
     dialog->setObjectName(name);
-    auto* copy =
-        dialog->findChild<QDialogButtonBox*>()->addButton("Copy", QDialogButtonBox::ActionRole);
+    auto* buttons = dialog->findChild<QDialogButtonBox*>();
+    auto* copy = buttons->addButton("Copy", QDialogButtonBox::ActionRole);
+    copy->setAutoDefault(false);
+    buttons->button(QDialogButtonBox::Close)->setDefault(true);
     QObject::connect(copy, &QPushButton::clicked, dialog,
                      [text] { QApplication::clipboard()->setText(text.join('\n')); });
     dialog->show();

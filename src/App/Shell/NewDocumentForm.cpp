@@ -1,6 +1,7 @@
 #include "App/Shell/NewDocumentForm.h"
 
 #include "App/Look/QtText.h"
+#include "App/Panels/StatusFields.h"
 #include "App/Shell/LengthField.h"
 #include "Core/ColorMath.h"
 #include "Core/ProfileConversion.h"
@@ -11,7 +12,6 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QPushButton>
 #include <QShortcut>
 #include <QStandardItemModel>
@@ -214,8 +214,7 @@ void NewDocumentForm::showColor() {
 void NewDocumentForm::showSummary() {
     const PixelSize size = canvas().size;
     const std::int64_t bytes = size.width * size.height * bytesAPixel;
-    summary_->setText(toQt(size.text()) + " px, " + QLocale().formattedDataSize(bytes, 1) +
-                      " a full layer");
+    summary_->setText(toQt(size.text()) + " px, " + memoryText(bytes) + " a full layer");
 }
 
 Canvas NewDocumentForm::canvas() const {

@@ -1,5 +1,6 @@
 // The window's actions, dialogs and looks.
 #include "App/Canvas/CanvasView.h"
+#include "App/Panels/StatusFields.h"
 #include "App/Screenshot.h"
 #include "App/Shell/ExportDialog.h"
 #include "App/Shell/MessageBoxes.h"
@@ -9,8 +10,10 @@
 #include "support/TestPlaces.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QComboBox>
 #include <QDialog>
+#include <QDockWidget>
 #include <QDoubleSpinBox>
 #include <QDropEvent>
 #include <QLabel>
@@ -131,8 +134,8 @@ TEST_F(ShellTest, theExportFormTellsTheSizeThatTheFileThenHas) {
     (*go)->click();
     ASSERT_TRUE(eventually([&] { return std::filesystem::exists(folder / "out.jpg"); }));
     ASSERT_TRUE(eventually([&] { return activities.all().empty(); }));
-    const auto bytes = static_cast<qint64>(std::filesystem::file_size(folder / "out.jpg"));
-    EXPECT_EQ(told, QLocale().formattedDataSize(bytes, 1));
+    const auto bytes = static_cast<std::int64_t>(std::filesystem::file_size(folder / "out.jpg"));
+    EXPECT_EQ(told, memoryText(bytes));
     EXPECT_EQ(document().window()->statusBar()->currentMessage(), "Exported out.jpg");
     EXPECT_EQ(document().displayName(), "Untitled") << "an export is no save";
 }
@@ -160,6 +163,60 @@ TEST_F(ShellTest, filesDroppedOnAWindowAreOpened) {
     QApplication::sendEvent(document().window(), &drops);
     EXPECT_TRUE(waitForDocuments(3));
     EXPECT_TRUE(answers.failures.empty());
+}
+
+TEST_F(ShellTest, aFurtherWindowIsAsTheOneBesideIt) {
+    makeDocument();
+    DocumentWindow& first = *document().window();
+    first.resize(1110, 905);
+    first.findChild<QDockWidget*>("history")->hide();
+    makeDocument();
+    DocumentWindow& second = *document(1).window();
+    EXPECT_EQ(second.size(), QSize(1110, 905));
+    EXPECT_NE(second.pos(), first.pos());
+    EXPECT_TRUE(second.findChild<QDockWidget*>("history")->isHidden());
+    document(1).close();
+    settle();
+    first.setWindowState(Qt::WindowMaximized);
+    ASSERT_TRUE(eventually([&] { return first.isMaximized(); }));
+    document().close();
+    settle();
+    makeDocument();
+    EXPECT_TRUE(document().window()->isMaximized());
+}
+
+TEST_F(ShellTest, whatIsTypedInAFormReplacesItsFirstField) {
+    makeDocument();
+    trigger("renameLayer");
+    auto* form = document().window()->findChild<QDialog*>("renameDialog");
+    ASSERT_NE(form, nullptr);
+    QApplication::setActiveWindow(form);
+    ASSERT_NE(form->focusWidget(), nullptr);
+    QTest::keyClicks(form->focusWidget(), "Sky");
+    QTest::keyClick(form->focusWidget(), Qt::Key_Return);
+    settle();
+    EXPECT_EQ(document().session()->_state->activeLayer()->properties().name, "Sky");
+    trigger("canvasSize");
+    form = document().window()->findChild<QDialog*>("canvasSizeDialog");
+    ASSERT_NE(form, nullptr);
+    QApplication::setActiveWindow(form);
+    QTest::keyClicks(form->focusWidget(), "750");
+    QTest::keyClick(form->focusWidget(), Qt::Key_Return);
+    EXPECT_TRUE(eventually([&] { return document().session()->_state->canvas.size.width == 750; }));
+}
+
+TEST_F(ShellTest, enterClosesWhatOnlyInforms) {
+    makeDocument();
+    for (const char* action : {"fileInformation", "systemInformation"}) {
+        trigger(action);
+        auto* form = document().window()->findChild<QDialog*>();
+        ASSERT_NE(form, nullptr) << action;
+        QApplication::clipboard()->setText("kept");
+        QTest::keyClick(form, Qt::Key_Return);
+        settle();
+        EXPECT_EQ(document().window()->findChild<QDialog*>(), nullptr) << action;
+        EXPECT_EQ(QApplication::clipboard()->text(), "kept");
+    }
 }
 
 TEST_F(ShellTest, longWorkShowsItsProgressAndCanBeCancelled) {
