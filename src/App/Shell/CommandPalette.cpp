@@ -39,6 +39,7 @@ void addMenu(std::vector<PaletteItem>& items, const QList<QAction*>& actions, co
         const QString text = plainText(*action);
         if (action->isSeparator() || text.isEmpty()) continue;
         if (QMenu* menu = action->menu()) {
+            Q_EMIT menu->aboutToShow(); // what lists something is filled only now
             addMenu(items, menu->actions(), path.isEmpty() ? text : path + " › " + text);
             continue;
         }
@@ -61,7 +62,7 @@ void addTools(std::vector<PaletteItem>& items, DocumentSession& session) {
         const std::optional<char> letter = ToolLetters::of(tool.kind);
         items.push_back({toQt(tool.displayName), "Tools",
                          letter ? QString(QLatin1Char(*letter)).toUpper() : QString(),
-                         isThere ? QString() : "This tool cannot do its work yet.",
+                         isThere ? QString() : "This tool isn’t available yet.",
                          [weak = session.weak_from_this(), kind = tool.kind] {
                              if (const auto edited = weak.lock()) edited->setTool(kind);
                          }});

@@ -113,9 +113,7 @@ constexpr WindowAction layer[] = {
      [](In in) { showMoveLayers(in.window, in.session); }},
     {"&Layer", nullptr, nullptr},
     {"&Layer", "clipLayers", "Create &Clipping Mask", "Ctrl+Alt+G",
-     [](In in) {
-         return whenChosen<&LayerSelection::canClip>(in, "There is nothing below to clip to.");
-     },
+     [](In in) { return whenChosen<&LayerSelection::canClip>(in, "Groups cannot be clipped."); },
      act<LayerActions::toggleClipping>,
      [](In in) -> std::string {
          return selected(in).areClipped() ? "Release &Clipping Mask" : "Create &Clipping Mask";

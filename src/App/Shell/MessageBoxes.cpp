@@ -4,9 +4,11 @@
 #include "App/Shell/FileKinds.h"
 #include "App/Shell/QtPath.h"
 
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTreeView>
 
 namespace ombrel {
 
@@ -35,10 +37,24 @@ bool isAccepted(const QMessageBox& box) {
            box.buttonRole(box.clickedButton()) == QMessageBox::AcceptRole;
 }
 
+/// Wide enough for names and dates; names take what the other columns leave.
+QFileDialog* makeFileDialog() {
+    auto* dialog = new QFileDialog;
+    dialog->setOption(QFileDialog::HideNameFilterDetails);
+    auto* list = dialog->findChild<QTreeView*>("treeView"); // none in a dialog of the desktop
+    if (list == nullptr) return dialog;
+    dialog->resize(dialog->size().expandedTo({860, 540}));
+    for (int column = 0; column < list->header()->count(); ++column) {
+        list->header()->setSectionResizeMode(column, column == 0 ? QHeaderView::Stretch
+                                                                 : QHeaderView::ResizeToContents);
+    }
+    return dialog;
+}
+
 } // namespace
 
 QFileDialog& MessageBoxes::fileDialog(QWidget* on, const QString& title) {
-    if (!fileDialog_) fileDialog_ = new QFileDialog;
+    if (!fileDialog_) fileDialog_ = makeFileDialog();
     if (fileDialog_->isVisible()) fileDialog_->reject(); // asked for another window
     fileDialog_->setParent(on, Qt::Dialog);
     fileDialog_->setWindowTitle(title);
@@ -53,7 +69,7 @@ void MessageBoxes::fileDialogClosed() {
 void MessageBoxes::askToSave(QWidget* on, const std::string& name,
                              std::function<void(SaveAnswer)> answer) {
     auto* box = makeBox(on, QMessageBox::NoIcon, QString("Save changes to “%1”?").arg(toQt(name)),
-                        "What you changed is lost if you don’t save it.");
+                        "Changes that are not saved are lost.");
     auto* save = box->addButton("Save", QMessageBox::AcceptRole);
     auto* discard = box->addButton("Don’t Save", QMessageBox::DestructiveRole);
     auto* cancel = box->addButton("Cancel", QMessageBox::RejectRole);

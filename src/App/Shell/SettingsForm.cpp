@@ -36,7 +36,8 @@ using namespace SettingRows;
 constexpr int titlesWidth = 150;
 constexpr QSize usualSize(640, 420);
 
-constexpr Choice themes[] = {{"system", "As the System"}, {"dark", "Dark"}, {"light", "Light"}};
+constexpr Choice themes[] = {
+    {"system", "Same as the System"}, {"dark", "Dark"}, {"light", "Light"}};
 constexpr Choice units[] = {{"px", "Pixels"},
                             {"in", "Inches"},
                             {"cm", "Centimeters"},
@@ -120,7 +121,7 @@ void SettingsForm::makeGeneralPage() {
     QFormLayout* form = addPage("settings", "General");
     form->addRow("Theme", makeChoice(settings_, SettingKeys::colorScheme, themes));
     form->addRow("Interface Size", makePercent(settings_, SettingKeys::interfaceScale));
-    form->addRow(QString(), makeHelp("Counts from the next start of Ombrel on."));
+    form->addRow(QString(), makeHelp("Takes effect when Ombrel is started again."));
     form->addRow("Units of Length", makeChoice(settings_, SettingKeys::lengthUnit, units));
     form->addRow(QString(), makeHelp("In the status bar, and at first in the forms that ask for "
                                      "the size of an image or a canvas."));
@@ -209,23 +210,22 @@ void SettingsForm::showScratchFolder() {
         free ? QString("%1 free.").arg(memoryText(static_cast<std::int64_t>(*free)))
              : toQt(free.error());
     const bool isUsed = folder == ScratchFolder::chosen();
-    scratchWords_->setText(isUsed ? words : words + " Counts from the next start of Ombrel on.");
+    scratchWords_->setText(isUsed ? words : words + " Takes effect when Ombrel is started again.");
 }
 
 void SettingsForm::makeFilesPage() {
     QFormLayout* form = addPage("image", "Files");
     form->addRow("JPEG/HEIC Quality", makePercent(settings_, SettingKeys::jpegQuality));
-    form->addRow(QString(), makeHelp("What an export begins with."));
+    form->addRow(QString(), makeHelp("What the form for exporting starts with."));
 }
 
 void SettingsForm::makeCanvasPage() {
     QFormLayout* form = addPage("mouse-pointer-2", "Canvas");
-    form->addRow("Gestures", makeCheck(settings_, SettingKeys::zoomLocked, "Leave the zoom"));
+    form->addRow("Gestures", makeCheck(settings_, SettingKeys::zoomLocked, "Lock zoom"));
+    form->addRow(QString(), makeCheck(settings_, SettingKeys::rotationLocked, "Lock rotation"));
     form->addRow(QString(),
-                 makeCheck(settings_, SettingKeys::rotationLocked, "Leave the rotation"));
-    form->addRow(QString(),
-                 makeHelp("Of fingers and of the wheel, which then scrolls. Menus and tools zoom "
-                          "and turn all the same."));
+                 makeHelp("Fingers and the wheel then leave the zoom or the rotation as it is, "
+                          "and the wheel scrolls. Menus, keys and tools still change them."));
 }
 
 void SettingsForm::makeTabletPage() {

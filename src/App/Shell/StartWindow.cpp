@@ -2,9 +2,11 @@
 
 #include "App/Look/QtText.h"
 #include "App/Shell/FileKinds.h"
+#include "App/Shell/InformationDialogs.h"
 #include "App/Shell/NewDocumentForm.h"
 #include "App/Shell/ProgressStrip.h"
 #include "App/Shell/QtPath.h"
+#include "App/Shell/SettingsForm.h"
 #include "App/Shell/Thumbnails.h"
 
 #include <QCloseEvent>
@@ -18,6 +20,7 @@
 #include <QPushButton>
 #include <QShortcut>
 #include <QStackedWidget>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include <cstdlib>
@@ -118,8 +121,26 @@ QWidget* StartWindow::makeRecentPart() {
     recentPart_->addWidget(recent_);
     recentPart_->addWidget(nothing);
     layout->addWidget(recentPart_, 1);
+    layout->addLayout(makeLinks());
     fillRecent();
     return part;
+}
+
+// What the menus of a document offer besides.
+QLayout* StartWindow::makeLinks() {
+    auto* links = new QHBoxLayout;
+    const auto add = [&](const char* name, const char* text, auto action) {
+        auto* button = new QToolButton;
+        button->setObjectName(name);
+        button->setText(text);
+        button->setAutoRaise(true);
+        connect(button, &QToolButton::clicked, this, action);
+        links->addWidget(button);
+    };
+    add("settings", "Settings…", [this] { SettingsForm::show(*this, controller_.services()); });
+    add("about", "About Ombrel", [this] { showAbout(this); });
+    links->addStretch(1);
+    return links;
 }
 
 QWidget* StartWindow::makeNewPart() {
@@ -148,6 +169,7 @@ void StartWindow::addShortcuts() {
     add("Ctrl+O", [this] { controller_.chooseAndOpen(this); });
     add("Ctrl+Q", [this] { controller_.quit(); });
     add("Ctrl+W", [this] { close(); });
+    add("Ctrl+K", [this] { SettingsForm::show(*this, controller_.services()); });
 }
 
 void StartWindow::fillRecent() {

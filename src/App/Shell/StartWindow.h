@@ -8,6 +8,7 @@
 
 #include <memory>
 
+class QLayout;
 class QListWidget;
 class QStackedWidget;
 
@@ -31,6 +32,7 @@ protected:
 
 private:
     QWidget* makeRecentPart();
+    QLayout* makeLinks();
     QWidget* makeNewPart();
     void addShortcuts();
     void fillRecent();

@@ -106,7 +106,7 @@ TEST_F(SettingsFormTest, aScratchFolderThatWillNotDoIsToldAndNotStored) {
     EXPECT_EQ(settings->get(SettingKeys::scratchFolder), "");
     enter(folder.path().string());
     EXPECT_TRUE(words->text().contains("free"));
-    EXPECT_TRUE(words->text().contains("next start"));
+    EXPECT_TRUE(words->text().contains("started again"));
     EXPECT_EQ(settings->get(SettingKeys::scratchFolder), folder.path().string());
     enter("");
     EXPECT_TRUE(settings->json("scratchFolder").is_null());

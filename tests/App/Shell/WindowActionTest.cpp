@@ -245,6 +245,14 @@ TEST_F(ShellTest, thePaletteFindsByWordsAndRunsByEnter) {
     EXPECT_EQ(*document().session()->_activeTool, ToolKind::eyedropper);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(window.findChild<QWidget*>("commandPalette"), nullptr);
+    // What menus list is found as well, though no menu was opened since it came.
+    window.layout().saveWorkspace("Retouching");
+    trigger("findCommand");
+    field = child<QLineEdit>(window, "paletteField");
+    field->setText("retouching");
+    EXPECT_EQ(child<QListWidget>(window, "paletteList")->count(), 2) << "to choose and to delete";
+    press(field, Qt::Key_Escape);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     // What is grey stays, and says why.
     trigger("findCommand");
     field = child<QLineEdit>(window, "paletteField");
