@@ -85,9 +85,9 @@ BrushPanel::BrushPanel(const PanelContext& context, QWidget* parent)
     parts->setChildrenCollapsible(false);
     parts->addWidget(buildPresets());
     parts->addWidget(buildSettings());
-    parts->setStretchFactor(0, 2);
-    parts->setStretchFactor(1, 3);
-    parts->setSizes({150, 240});
+    parts->setStretchFactor(0, 1);
+    parts->setStretchFactor(1, 1);
+    parts->setSizes({200, 190});
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(0, 0, 0, 0);
     rows->setSpacing(0);
@@ -108,7 +108,7 @@ QWidget* BrushPanel::buildPresets() {
     auto* box = new QWidget(this);
     grid_ = new BrushPresetGrid(
         context_.brushes, {context_.main, context_.worker, context_.device, context_.store}, box);
-    grid_->setMinimumHeight(62);
+    grid_->setMinimumHeight(108); // two rows
     grid_->onChoose = [this](const BrushPreset& preset) { choose(preset); };
     grid_->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(grid_, &QWidget::customContextMenuRequested, this, [this](QPoint place) {

@@ -15,8 +15,8 @@ namespace ombrel {
 
 namespace {
 
-constexpr int narrowest = 104; ///< of a cell, points
-constexpr int strokeHeight = 34;
+constexpr int narrowest = 88; ///< of a cell, points
+constexpr int strokeHeight = 26;
 
 class PresetDelegate : public QStyledItemDelegate {
 public:

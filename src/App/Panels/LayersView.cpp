@@ -255,10 +255,23 @@ void LayersView::drawBranches(QPainter* painter, const QRect& rect,
     QTreeView::drawBranches(painter, rect, index);
 }
 
+// Of a row that the pointer comes to or leaves, the view itself draws the cells afresh, not the
+// indentation beside them.
+void LayersView::followHover() {
+    const QModelIndex now = viewport()->underMouse()
+                                ? indexAt(viewport()->mapFromGlobal(QCursor::pos()))
+                                      .siblingAtColumn(LayerTreeModel::visibilityColumn)
+                                : QModelIndex();
+    if (now == hovered_) return;
+    for (const QModelIndex& row : {QModelIndex(hovered_), now}) {
+        const QRect cell = row.isValid() ? visualRect(row) : QRect();
+        if (!cell.isEmpty()) viewport()->update(0, cell.y(), viewport()->width(), cell.height());
+    }
+    hovered_ = now;
+}
+
 void LayersView::paintEvent(QPaintEvent* event) {
-    hovered_ = viewport()->underMouse() ? indexAt(viewport()->mapFromGlobal(QCursor::pos()))
-                                              .siblingAtColumn(LayerTreeModel::visibilityColumn)
-                                        : QModelIndex();
+    followHover();
     QTreeView::paintEvent(event);
     if (!drop_) return;
     QPainter painter(viewport());

@@ -64,6 +64,7 @@ private:
     void switchEyes(int fromY, int toY);
     int openDepth(const QModelIndex& parent) const;
     void fitIndentation();
+    void followHover();
     void showCursor(QPoint point, Qt::KeyboardModifiers modifiers);
 
     std::optional<LayerDropPlace> placeOf(const QDropEvent& drop) const;
@@ -76,7 +77,7 @@ private:
     int lastY_ = 0;
     std::optional<LayerID> pressedMask_; ///< that a drag takes along
     std::optional<LayerDropPlace> drop_; ///< that is marked
-    QModelIndex hovered_;                ///< while painting
+    QPersistentModelIndex hovered_;      ///< whose row is under the pointer
     QTimer fitting_;                     ///< once for many changes
 };
 

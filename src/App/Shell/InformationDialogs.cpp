@@ -156,7 +156,7 @@ void showDocumentInformation(QWidget& on, const ImageDocument& document) {
                {"Size", sizeIn(canvas, LengthUnit::pixels)},
                {"Size in print", sizeIn(canvas, LengthUnit::centimeters) + ", " +
                                      sizeIn(canvas, LengthUnit::inches)},
-               {"Resolution", QString("%1 px/in").arg(canvas.resolution)},
+               {"Resolution", QString("%1 ppi").arg(canvas.resolution)},
                {"Color profile", toQt(canvas.profile.name())},
                {"Depth", toQt(textOf(canvas.bitDepth))},
                {"Blending", canvas.blendUsingGamma1 ? "in linear light" : "perceptual"},

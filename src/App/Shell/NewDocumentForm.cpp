@@ -95,7 +95,7 @@ void NewDocumentForm::makeChoices() {
     resolution_->setObjectName("resolution");
     resolution_->setRange(1, largestResolution);
     resolution_->setDecimals(1);
-    resolution_->setSuffix(" px/in");
+    resolution_->setSuffix(" ppi");
     background_->setObjectName("background");
     for (const char* name : groundNames)
         background_->addItem(name);

@@ -65,7 +65,7 @@ QDoubleSpinBox* makeResolution(double value) {
     field->setObjectName("resolution");
     field->setRange(1, largestResolution);
     field->setDecimals(1);
-    field->setSuffix(" px/in");
+    field->setSuffix(" ppi");
     field->setValue(value);
     return field;
 }
