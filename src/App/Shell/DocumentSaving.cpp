@@ -234,17 +234,20 @@ void ImageDocument::askToWait(std::function<void(bool)> answer) {
             if (!isWanted) return answer(false);
             self->whenQuiet([weak, answer = std::move(answer)] {
                 const auto waiting = weak.lock();
-                if (waiting && !waiting->isClosed_) waiting->shouldClose(answer);
+                if (!waiting || waiting->isClosed_) return answer(true); // another was first
+                waiting->shouldClose(answer);
             });
         });
 }
 
 void ImageDocument::whenQuiet(std::function<void()> then) {
     if (!*session_->_isBusy) return then();
-    quiet_ = session_->_isBusy.onChange([this, then = std::move(then)](bool isBusy) {
+    whenQuiet_.push_back(std::move(then));
+    quiet_ = session_->_isBusy.onChange([this](bool isBusy) {
         if (isBusy) return;
         // In a turn of its own: the last operation is still being ended.
-        services_.main.post(then);
+        for (auto& waiting : std::exchange(whenQuiet_, {}))
+            services_.main.post(std::move(waiting));
         quiet_.disconnect();
     });
 }

@@ -145,6 +145,7 @@ private:
     std::optional<EditedMark> mark_;
     DocumentWindow* window_ = nullptr;
     Connection quiet_; ///< waits for the end of queued work
+    std::vector<std::function<void()>> whenQuiet_;
     bool isSaving_ = false;
     bool isReverting_ = false;
     std::vector<SaveCompletion> whenSaved_;

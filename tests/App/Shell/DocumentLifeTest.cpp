@@ -343,4 +343,14 @@ TEST_F(ShellTest, aPlacedImageIsOneLayerInTheMiddleAndADamagedOneSaysSo) {
     EXPECT_EQ(layerCount(1), before + 1);
 }
 
+TEST_F(ShellTest, whoeverWaitsForTheEndOfWorkIsAnswered) {
+    makeDocument();
+    document().session()->perform(RotateCanvasCommand{30});
+    answers.confirmations = {true, true};
+    answers.saves = {SaveAnswer::discard, SaveAnswer::discard};
+    controller->quit();
+    document().window()->close();
+    EXPECT_TRUE(eventually([&] { return hasEnded; }));
+}
+
 } // namespace ombrel
