@@ -108,7 +108,7 @@ QWidget* BrushPanel::buildPresets() {
     auto* box = new QWidget(this);
     grid_ = new BrushPresetGrid(
         context_.brushes, {context_.main, context_.worker, context_.device, context_.store}, box);
-    grid_->setMinimumHeight(108); // two rows
+    grid_->setMinimumHeight(62);
     grid_->onChoose = [this](const BrushPreset& preset) { choose(preset); };
     grid_->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(grid_, &QWidget::customContextMenuRequested, this, [this](QPoint place) {
@@ -164,7 +164,7 @@ QWidget* BrushPanel::buildSettings() {
     area->setFocusPolicy(Qt::NoFocus);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    area->setMinimumHeight(120);
+    area->setMinimumHeight(40);
     area->setMinimumWidth(inner->minimumSizeHint().width() +
                           style()->pixelMetric(QStyle::PM_ScrollBarExtent));
     return area;
