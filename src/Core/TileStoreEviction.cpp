@@ -22,6 +22,9 @@ constexpr std::size_t batchSize = 32;
 /// it: what was kept at hand for the next edit goes back to the system.
 constexpr std::chrono::seconds quietTime{5};
 
+/// What is looked at again then: bounds the list while somebody never pauses.
+constexpr std::size_t mostCoolingTiles = std::size_t{1} << 17;
+
 /// Nine tenths of a limit: room before the next round.
 constexpr std::int64_t targetOf(std::int64_t limit) {
     return limit / 10 * 9 + limit % 10 * 9 / 10;
@@ -197,11 +200,10 @@ void TileStore::Implementation::compressUnneeded(std::vector<TileStorageReferenc
     bool isOver = false;
     {
         const LockGuard lock(mutex);
-        // Somebody still draws the state before: these are cold a little later.
+        // Somebody still draws the state before and may bring them back: they are looked at again.
         for (TileStorageReference& storage : tiles) {
-            if (!storage->isReleased && storage->isResident()) {
-                coolingTiles.push_back(std::move(storage));
-            }
+            if (coolingTiles.size() == mostCoolingTiles) break;
+            if (!storage->isReleased) coolingTiles.push_back(std::move(storage));
         }
         isOver = claimMaintenance();
     }

@@ -91,7 +91,7 @@ struct TileStore::Implementation {
     std::atomic<std::int64_t> damagedTiles = 0;
 
     // On the maintenance strand only.
-    std::vector<TileStorageReference> coolingTiles; ///< to be compressed, but used meanwhile
+    std::vector<TileStorageReference> coolingTiles; ///< not needed any more; may be in use
     Timer quiet;                                    ///< until tidyUp()
 
     mutable Mutex mutex;
