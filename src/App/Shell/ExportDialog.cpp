@@ -4,6 +4,7 @@
 #include "App/Panels/StatusFields.h"
 #include "App/Shell/Dialogs.h"
 #include "App/Shell/FileKinds.h"
+#include "App/Shell/FormNames.h"
 #include "App/Shell/ImageDocument.h"
 #include "Base/SettingKeys.h"
 #include "Engine/StateBands.h"
@@ -118,6 +119,7 @@ void ExportDialog::arrange() {
     form->addRow("Format", format_);
     form->addRow("Quality", qualityRow);
     form->addRow("Depth", depth_);
+    nameFields(*form);
     form->addRow("Picture", new QLabel(toQt(state_.canvas.size.text()) + " px", this));
     form->addRow("File size", size_);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);

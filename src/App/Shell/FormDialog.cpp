@@ -1,6 +1,7 @@
 #include "App/Shell/FormDialog.h"
 
 #include "App/Look/Theme.h"
+#include "App/Shell/FormNames.h"
 
 #include <QAbstractSpinBox>
 #include <QComboBox>
@@ -39,6 +40,7 @@ QDialog* makeFormDialog(QWidget& window, const char* name, const QString& title,
     layout->setContentsMargins(Spacing::wide, Spacing::wide, Spacing::wide, Spacing::wide);
     layout->setSpacing(Spacing::wide);
     layout->setSizeConstraint(QLayout::SetFixedSize);
+    nameFields(*form);
     layout->addLayout(form); // before there are buttons: so Tab reaches its fields first
     QWidget* first = dialog->nextInFocusChain();
     while (first != dialog && (first->focusPolicy() & Qt::TabFocus) == 0)

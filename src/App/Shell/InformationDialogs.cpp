@@ -113,6 +113,7 @@ void showAbout(QWidget* on) {
 void showLicenses(QWidget& on) {
     auto* text = new QPlainTextEdit;
     text->setReadOnly(true);
+    text->setAccessibleName("Licenses");
     QString all = "Ombrel is free software under the GNU General Public License, version 3 or "
                   "later.\n\nThe libraries that it uses are under licenses of their own, which "
                   "their packages of the system hold.\n";

@@ -2,6 +2,7 @@
 
 #include "App/Look/QtText.h"
 #include "App/Panels/StatusFields.h"
+#include "App/Shell/FormNames.h"
 #include "App/Shell/LengthField.h"
 #include "Core/ColorMath.h"
 #include "Core/ProfileConversion.h"
@@ -112,6 +113,8 @@ void NewDocumentForm::makeChoices() {
 
 QWidget* NewDocumentForm::sizeFields() {
     auto* fields = new QWidget(this);
+    width_->setAccessibleName("Width");
+    height_->setAccessibleName("Height");
     auto* layout = new QHBoxLayout(fields);
     layout->setContentsMargins(0, 0, 0, 0);
     auto* turned = new QToolButton(fields);
@@ -140,6 +143,7 @@ void NewDocumentForm::arrange() {
     form->addRow("Background", ground);
     form->addRow("Profile", profile_);
     form->addRow("Depth", depth_);
+    nameFields(*form);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -5,6 +5,7 @@
 #include "App/Look/Theme.h"
 #include "App/Panels/StatusFields.h"
 #include "App/Shell/AppServices.h"
+#include "App/Shell/FormNames.h"
 #include "App/Shell/PenPad.h"
 #include "App/Shell/QtPath.h"
 #include "App/Shell/SettingRows.h"
@@ -78,6 +79,7 @@ SettingsForm::SettingsForm(Settings& settings, const TileStore& store, QWidget* 
     setAttribute(Qt::WA_DeleteOnClose);
     setAttribute(Qt::WA_QuitOnClose, false);
     titles_->setObjectName("settingsPages");
+    titles_->setAccessibleName("Pages");
     titles_->setFixedWidth(titlesWidth);
     titles_->setSpacing(1);
     makeGeneralPage();
@@ -97,6 +99,8 @@ SettingsForm::SettingsForm(Settings& settings, const TileStore& store, QWidget* 
     layout->addLayout(columns, 1);
     layout->addWidget(buttons);
     connect(titles_, &QListWidget::currentRowChanged, pages_, &QStackedWidget::setCurrentIndex);
+    for (const QFormLayout* page : pages_->findChildren<QFormLayout*>())
+        nameFields(*page);
     titles_->setCurrentRow(0);
     resize(usualSize);
 }

@@ -34,6 +34,7 @@ ShortcutForm::ShortcutForm(Settings& settings, QWidget* parent)
     setWindowTitle("Keyboard Shortcuts");
     setAttribute(Qt::WA_DeleteOnClose);
     search_->setObjectName("shortcutSearch");
+    search_->setAccessibleName("Search");
     search_->setPlaceholderText("Search by words or keys");
     search_->setClearButtonEnabled(true);
     makeList();
@@ -61,6 +62,7 @@ ShortcutForm::ShortcutForm(Settings& settings, QWidget* parent)
 
 void ShortcutForm::makeList() {
     list_->setObjectName("shortcutList");
+    list_->setAccessibleName("Commands");
     list_->setHeaderLabels({"Command", "Keys"});
     list_->header()->setStretchLastSection(false);
     list_->header()->setSectionResizeMode(textColumn, QHeaderView::Stretch);
@@ -84,6 +86,7 @@ QWidget* ShortcutForm::makeEditor() {
     auto* editor = new QWidget(this);
     keys_ = new QKeySequenceEdit(editor);
     keys_->setObjectName("shortcutKeys");
+    keys_->setAccessibleName("New keys");
     words_ = new QLabel(editor);
     words_->setObjectName("shortcutWords");
     words_->setWordWrap(true);
