@@ -45,7 +45,7 @@ protected:
         recovery = std::make_unique<RecoveryStore>(folder / "recovery");
         brushes = std::make_unique<BrushPresetStore>(folder / "presets", MainExecutor::shared());
         services = std::make_unique<AppServices>(
-            AppServices{MainExecutor::shared(), ThreadPool::shared(), recoveryWriter, *store,
+            AppServices{MainExecutor::shared(), worker, recoveryWriter, *store,
                         device, *settings, *recovery, *brushes, answers, activities,
                         [this](Timer::Duration, Executor::Task wakeUp) {
                             sleeping.push_back(std::move(wakeUp));
@@ -133,6 +133,8 @@ protected:
     Strand recoveryWriter{"Recovery"};
     std::shared_ptr<TileStore> store = makeTestStore();
     CpuDevice device;
+    /// What panels have begun ends before the store and the device do.
+    ThreadPool worker{TaskPriority::userInitiated, 2};
     LaidDownAnswers answers;
     Activities activities;
     std::vector<Executor::Task> sleeping; ///< recovery rounds to come
