@@ -208,6 +208,10 @@ void TileStore::Implementation::compressUnneeded(std::vector<TileStorageReferenc
         isOver = claimMaintenance();
     }
     if (isOver) scheduleMaintenance();
+    tidyUpWhenQuiet();
+}
+
+void TileStore::Implementation::tidyUpWhenQuiet() {
     quiet.startOnce(quietTime, *maintenance, [weak = owner.weak_from_this()] {
         if (const auto store = weak.lock()) store->implementation_->tidyUp();
     });
@@ -216,9 +220,15 @@ void TileStore::Implementation::compressUnneeded(std::vector<TileStorageReferenc
 void TileStore::Implementation::tidyUp() {
     const std::vector<TileStorageReference> cold = std::exchange(coolingTiles, {});
     compressListed(cold);
-    std::array<std::vector<TileBuffer>, 2> dropped;
-    const LockGuard lock(mutex);
-    dropped = emptyPool(); // freed after the lock
+    std::array<std::vector<TileBuffer>, 2> dropped; // freed after the lock
+    bool isAtRest = false;
+    {
+        const LockGuard lock(mutex);
+        isAtRest = counts.pooledBytes == 0;
+        dropped = emptyPool();
+    }
+    // Somebody still draws what was edited: later there may be buffers again.
+    if (!isAtRest) tidyUpWhenQuiet();
 }
 
 void TileStore::Implementation::encode(std::span<EncodePick> picks) {

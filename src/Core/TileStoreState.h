@@ -53,6 +53,7 @@ struct TileStore::Implementation {
         OMBREL_EXCLUDES(mutex);
     void compressListed(std::span<const TileStorageReference> tiles) OMBREL_EXCLUDES(mutex);
     void compressUnneeded(std::vector<TileStorageReference> tiles) OMBREL_EXCLUDES(mutex);
+    void tidyUpWhenQuiet();
     void tidyUp() OMBREL_EXCLUDES(mutex);
     void encode(std::span<EncodePick> picks) OMBREL_EXCLUDES(mutex);
     void encode(EncodePick& pick) OMBREL_EXCLUDES(mutex);
