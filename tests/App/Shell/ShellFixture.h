@@ -44,12 +44,11 @@ protected:
         settings = std::make_unique<Settings>(folder / "settings.json");
         recovery = std::make_unique<RecoveryStore>(folder / "recovery");
         brushes = std::make_unique<BrushPresetStore>(folder / "presets", MainExecutor::shared());
-        services = std::make_unique<AppServices>(
-            AppServices{MainExecutor::shared(), worker, recoveryWriter, *store,
-                        device, *settings, *recovery, *brushes, answers, activities,
-                        [this](Timer::Duration, Executor::Task wakeUp) {
-                            sleeping.push_back(std::move(wakeUp));
-                        }});
+        services = std::make_unique<AppServices>(AppServices{
+            MainExecutor::shared(), worker, recoveryWriter, *store, device, *settings, *recovery,
+            *brushes, answers, activities, [this](Timer::Duration, Executor::Task wakeUp) {
+                sleeping.push_back(std::move(wakeUp));
+            }});
         controller = std::make_unique<DocumentController>(*services, [this] { hasEnded = true; });
     }
     /// As when the process ends: windows and what runs for them go.
