@@ -100,15 +100,21 @@ public:
         hn::Store(row(-4.5f, 13.5f, -13.5f, 4.5f), d, coefficients_[3]);
     }
 
+    /// Where the dab covers wholly.
+    float full() const { return coefficients_[0][0]; }
+
     /// `x` from 0 to 1.
     HWY_INLINE FloatVector at(FloatVector x) const {
         const FloatTag d;
         const auto scaled = hn::Mul(x, constant(16));
-        // Rounding takes one instruction, cutting off four; neighbours agree where they meet.
-        const auto index =
-            hn::NearestInt(hn::Min(hn::Sub(scaled, constant(0.5f)), constant(15.25f)));
-        const auto within = hn::Sub(scaled, hn::ConvertTo(d, index));
-        const auto indices = hn::IndicesFromVec(d, index);
+        // Added to so large a number it is rounded, and the last bits of the sum are the entry: one
+        // instruction where a conversion takes six. Which of two neighbours it is where they meet
+        // does not matter, nor what 1 finds.
+        const auto large = constant(0x1.8p23f);
+        const auto sum = hn::Add(hn::Sub(scaled, constant(0.5f)), large);
+        const auto within = hn::Sub(scaled, hn::Sub(sum, large));
+        const auto indices =
+            hn::IndicesFromVec(d, hn::And(hn::BitCast(IntTag(), sum), hn::Set(IntTag(), 15)));
         const auto coefficient = [&](int i) HWY_ATTR {
             return hn::TableLookupLanes(hn::Load(d, coefficients_[i]), indices);
         };
@@ -145,7 +151,7 @@ public:
 private:
     void overRow(std::int32_t row);
     void cover(std::int32_t row, ColumnSpan span);
-    void laySoftly(std::int32_t row, ColumnSpan span, float* mask) const;
+    void laySoftly(std::int32_t row, ColumnSpan outer, ColumnSpan inner, float* mask) const;
 
     DabShape shape_;
     Deposit deposit_;
@@ -181,12 +187,7 @@ void DabRun::overRow(std::int32_t row) {
     const ColumnSpan inner = innerVectors(shape_.innerColumns(row), outer);
     in_.touched[static_cast<std::size_t>(row) - in_.firstRow].add(outer);
     float* mask = mask_ + static_cast<std::ptrdiff_t>(row) * 256;
-    if (hasShares_) {
-        laySoftly(row, {outer.begin, inner.begin}, mask);
-        deposit<true>(deposit_, coverage_, inner, inner, mask);
-        laySoftly(row, {inner.end, outer.end}, mask);
-        return;
-    }
+    if (hasShares_) return laySoftly(row, outer, inner, mask);
     cover(row, {outer.begin, inner.begin});
     cover(row, {inner.end, outer.end});
     if (deposit_.isPower) {
@@ -198,20 +199,28 @@ void DabRun::overRow(std::int32_t row) {
 
 /// Coverage and deposit in one go, by the table. Works on copies, since the compiler takes it that
 /// writing the mask may change them.
-void DabRun::laySoftly(std::int32_t row, ColumnSpan span, float* mask) const {
+void DabRun::laySoftly(std::int32_t row, ColumnSpan outer, ColumnSpan inner, float* mask) const {
     const FloatTag d;
+    const auto lanes = static_cast<std::int32_t>(laneCount());
     const DabShape shape = shape_;
     const ShareTable shares = shares_;
-    const auto fullPaint = constant(deposit_.paint);
     const DabRow<true> place(shape, static_cast<float>(row) + 0.5f - shape.centerY);
     const float offset = 0.5f - shape.centerX;
-    for (std::int32_t x = span.begin; x < span.end; x += static_cast<std::int32_t>(laneCount())) {
-        const auto slope =
-            SoftForm::placeOnSlope(shape, place, columnsFrom(static_cast<float>(x) + offset));
-        const auto paint = hn::Mul(fallOff(slope), fullPaint);
-        const auto share = hn::Max(shares.at(slope), hn::Zero(d));
-        hn::Store(hn::Max(raised(hn::Load(d, mask + x), share), paint), d, mask + x);
-    }
+    const auto fullPaint = constant(deposit_.paint);
+    const auto lay = [&](std::int32_t begin, std::int32_t end) HWY_ATTR {
+        for (std::int32_t x = begin; x < end; x += lanes) {
+            const auto slope =
+                SoftForm::placeOnSlope(shape, place, columnsFrom(static_cast<float>(x) + offset));
+            const auto paint = hn::Mul(fallOff(slope), fullPaint);
+            const auto share = hn::Max(shares.at(slope), hn::Zero(d));
+            hn::Store(hn::Max(raised(hn::Load(d, mask + x), share), paint), d, mask + x);
+        }
+    };
+    lay(outer.begin, inner.begin);
+    const auto fullShare = constant(shares.full());
+    for (std::int32_t x = inner.begin; x < inner.end; x += lanes)
+        hn::Store(hn::Max(raised(hn::Load(d, mask + x), fullShare), fullPaint), d, mask + x);
+    lay(inner.end, outer.end);
 }
 
 void DabRun::cover(std::int32_t row, ColumnSpan span) {
