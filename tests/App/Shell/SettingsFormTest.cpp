@@ -18,13 +18,6 @@ namespace ombrel {
 
 namespace {
 
-template <typename Widget>
-Widget* child(QWidget& of, const char* name) {
-    auto* found = of.findChild<Widget*>(name);
-    EXPECT_NE(found, nullptr) << name;
-    return found;
-}
-
 void choose(QWidget& form, const char* name, const char* value) {
     auto* box = child<QComboBox>(form, name);
     box->setCurrentIndex(box->findData(QString(value)));

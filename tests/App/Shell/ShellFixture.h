@@ -30,6 +30,14 @@ inline bool eventually(const std::function<bool()>& holds, int milliseconds = 20
     return QTest::qWaitFor(holds, milliseconds);
 }
 
+/// Null fails the test.
+template <typename Widget>
+Widget* child(QWidget& of, const char* name) {
+    auto* found = of.findChild<Widget*>(name);
+    EXPECT_NE(found, nullptr) << name;
+    return found;
+}
+
 class ShellTest : public testing::Test {
 protected:
     ShellTest() {

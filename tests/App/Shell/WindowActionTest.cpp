@@ -25,13 +25,6 @@ namespace ombrel {
 
 namespace {
 
-template <typename Widget>
-Widget* child(QWidget& of, const char* name) {
-    auto* found = of.findChild<Widget*>(name);
-    EXPECT_NE(found, nullptr) << name;
-    return found;
-}
-
 /// Every dialog that is open, wherever it belongs, answered with no.
 void closeDialogs() {
     for (QWidget* widget : QApplication::topLevelWidgets()) {

@@ -27,17 +27,6 @@
 
 namespace ombrel {
 
-namespace {
-
-template <typename Widget>
-Widget* child(QWidget& of, const char* name) {
-    auto* found = of.findChild<Widget*>(name);
-    EXPECT_NE(found, nullptr) << name;
-    return found;
-}
-
-} // namespace
-
 TEST_F(ShellTest, actionsAreGreyWhereTheyCannotBeDone) {
     makeDocument();
     for (const char* action : {"undo", "redo", "revert", "ungroupLayers", "rasterizeLayers",
