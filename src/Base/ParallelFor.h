@@ -36,7 +36,9 @@ void parallelFor(ThreadPool& pool, std::size_t count, const Body& body) {
     };
     if (count == 0) return;
     const auto loop = std::make_shared<Loop>(count);
-    const std::size_t helpers = std::min(pool.threadCount(), count - 1);
+    // With the caller as many as the pool has threads: one more would stand still with an iteration
+    // that all the others wait for.
+    const std::size_t helpers = std::min(pool.threadCount(), count) - 1;
     for (std::size_t i = 0; i < helpers; ++i) {
         pool.post([loop, &body] { loop->work(body); });
     }
