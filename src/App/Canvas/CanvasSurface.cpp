@@ -91,7 +91,10 @@ public:
         setAttribute(Qt::WA_TransparentForMouseEvents);
         setFocusPolicy(Qt::NoFocus);
     }
-    ~OpenGLPicture() override { dropPresenter(); }
+    ~OpenGLPicture() override {
+        QObject::disconnect(contextEnd_); // it comes with the base class, after our members
+        dropPresenter();
+    }
 
     void show(Frame frame) {
         frame_ = std::move(frame);
@@ -101,7 +104,8 @@ public:
 protected:
     void initializeGL() override {
         // Moved to another window, the widget gets another context.
-        connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, [this] { dropPresenter(); });
+        contextEnd_ = connect(context(), &QOpenGLContext::aboutToBeDestroyed, this,
+                              [this] { dropPresenter(); });
         auto created = OpenGLPresenter::create();
         if (created) {
             presenter_ = *std::move(created);
@@ -132,6 +136,7 @@ private:
     }
 
     std::function<void()> failed_;
+    QMetaObject::Connection contextEnd_;
     std::unique_ptr<OpenGLPresenter> presenter_;
     std::optional<Frame> frame_;
 };
