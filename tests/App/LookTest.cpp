@@ -1,5 +1,6 @@
 #include "App/Look/Icons.h"
 #include "App/Look/LucideIcons.h"
+#include "App/Look/SystemScheme.h"
 #include "App/Look/Theme.h"
 #include "App/Screenshot.h"
 #include "Tools/ToolKind.h"
@@ -104,6 +105,19 @@ TEST(Look, textStandsOutFromItsGroundInBothThemes) {
     }
     EXPECT_EQ(Theme::kindOf("light"), ThemeKind::light);
     EXPECT_EQ(Theme::kindOf("dark"), ThemeKind::dark);
+}
+
+TEST(Look, theDesktopsLastWishHoldsUntilItIsAsked) {
+    SystemScheme::setKnown(ThemeKind::light);
+    EXPECT_EQ(Theme::kindOf("system"), ThemeKind::light);
+    const QByteArray bus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS"); // nobody is there to ask
+    int changes = 0;
+    for (int i = 0; i < 2; ++i)
+        SystemScheme::ask(*QCoreApplication::instance(), [&] { ++changes; });
+    if (!bus.isNull()) qputenv("DBUS_SESSION_BUS_ADDRESS", bus);
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(Theme::kindOf("system"), ThemeKind::dark);
 }
 
 TEST(Look, controlsOfFormsInBothThemes) {

@@ -2,13 +2,20 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QDBusVariant>
 
 namespace ombrel {
 
 namespace {
 
-constexpr int longestAnswer = 100; ///< milliseconds
+constexpr uint wantsLight = 2; ///< of a number that has no other meaning for us
+
+ThemeKind& knownKind() {
+    static ThemeKind kind = ThemeKind::dark;
+    return kind;
+}
 
 /// A value may lie in one variant or in two.
 QVariant plain(QVariant value) {
@@ -17,28 +24,41 @@ QVariant plain(QVariant value) {
     return value;
 }
 
+void take(ThemeKind kind, const std::function<void()>& onChange) {
+    if (kind == std::exchange(knownKind(), kind)) return;
+    onChange();
+}
+
 } // namespace
 
-std::optional<ThemeKind> SystemScheme::wanted() {
-    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) return std::nullopt;
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) return std::nullopt;
+ThemeKind SystemScheme::known() {
+    return knownKind();
+}
+
+void SystemScheme::setKnown(ThemeKind kind) {
+    knownKind() = kind;
+}
+
+void SystemScheme::ask(QObject& context, std::function<void()> onChange) {
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+        return take(ThemeKind::dark, onChange);
     QDBusMessage question = QDBusMessage::createMethodCall(
         "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
         "org.freedesktop.portal.Settings", "Read");
     question.setAutoStartService(false);
     question << "org.freedesktop.appearance" << "color-scheme";
-    const QDBusMessage answer = bus.call(question, QDBus::Block, longestAnswer);
-    if (answer.type() != QDBusMessage::ReplyMessage || answer.arguments().isEmpty())
-        return std::nullopt;
-    switch (plain(answer.arguments().first()).toUInt()) {
-    case 1:
-        return ThemeKind::dark;
-    case 2:
-        return ThemeKind::light;
-    default:
-        return std::nullopt;
-    }
+    auto* waiting =
+        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), &context);
+    QObject::connect(waiting, &QDBusPendingCallWatcher::finished, &context,
+                     [waiting, onChange = std::move(onChange)] {
+                         waiting->deleteLater();
+                         const QDBusPendingReply<QDBusVariant> answer = *waiting;
+                         if (answer.isError() && answer.error().type() == QDBusError::NoReply)
+                             return; // it may be busy: what is known holds
+                         const uint wish =
+                             answer.isValid() ? plain(answer.argumentAt(0)).toUInt() : 0;
+                         take(wish == wantsLight ? ThemeKind::light : ThemeKind::dark, onChange);
+                     });
 }
 
 } // namespace ombrel

@@ -111,7 +111,7 @@ QString styleSheet() {
 } // namespace
 
 ThemeKind Theme::kindOf(std::string_view colorScheme) {
-    if (colorScheme == "system") return SystemScheme::wanted().value_or(ThemeKind::dark);
+    if (colorScheme == "system") return SystemScheme::known();
     return colorScheme == "light" ? ThemeKind::light : ThemeKind::dark;
 }
 

@@ -2,6 +2,7 @@
 
 #include "App/Canvas/GraphicsProbe.h"
 #include "App/Look/AppIcon.h"
+#include "App/Look/SystemScheme.h"
 #include "App/Look/Theme.h"
 #include "App/Shell/Activities.h"
 #include "App/Shell/AppServices.h"
@@ -32,6 +33,8 @@ namespace ombrel {
 namespace {
 
 using Files = std::vector<std::filesystem::path>;
+
+constexpr const char* desktopSchemeKey = "desktopColorScheme"; ///< absent: dark
 
 /// What the toolkit says goes to the log. It ends the process where it finds no display.
 void takeMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
@@ -129,6 +132,29 @@ int runWindows(RunningInstance& instance, const Files& files) {
     return status;
 }
 
+void applyTheme(QApplication& application) {
+    const std::string scheme = Settings::shared().get(SettingKeys::colorScheme);
+    Theme::apply(application, Theme::kindOf(scheme));
+}
+
+/// As the desktop wished last time, until it says what it wishes now. It is asked again whenever
+/// the user comes back from other windows.
+void followDesktop(QApplication& application) {
+    Settings& settings = Settings::shared();
+    if (settings.json(desktopSchemeKey) == "light") SystemScheme::setKnown(ThemeKind::light);
+    const auto ask = [&application, &settings] {
+        SystemScheme::ask(application, [&application, &settings] {
+            const bool isLight = SystemScheme::known() == ThemeKind::light;
+            settings.setJson(desktopSchemeKey, isLight ? Json("light") : Json());
+            if (settings.get(SettingKeys::colorScheme) == "system") applyTheme(application);
+        });
+    };
+    QObject::connect(&application, &QGuiApplication::applicationStateChanged, &application,
+                     [ask](Qt::ApplicationState state) {
+                         if (state == Qt::ApplicationActive) ask();
+                     });
+}
+
 } // namespace
 
 int runEditor(int argc, char** argv, std::span<const std::string> files) {
@@ -145,13 +171,10 @@ int runEditor(int argc, char** argv, std::span<const std::string> files) {
     WatchedApplication application(argc, argv);
     QApplication::setWindowIcon(appIcon());
     GraphicsProbe::begin();
-    const auto applyTheme = [&application] {
-        const std::string scheme = Settings::shared().get(SettingKeys::colorScheme);
-        Theme::apply(application, Theme::kindOf(scheme));
-    };
-    applyTheme();
+    followDesktop(application);
+    applyTheme(application);
     const auto themed = Settings::shared().onChange(SettingKeys::colorScheme.name,
-                                                    [&](const Json&) { applyTheme(); });
+                                                    [&](const Json&) { applyTheme(application); });
     QApplication::setQuitOnLastWindowClosed(false);
     const int status = runWindows(instance, paths);
     GraphicsProbe::finish();
