@@ -36,13 +36,6 @@ constexpr std::array<FormatRow, 4> formats{{{"byte", "8 bits (0–255)"},
 
 const QString nothing = QStringLiteral("–");
 
-QString lengthText(double pixels, LengthUnit unit, double resolution) {
-    const LengthUnitTraits& traits = traitsOf(unit);
-    return QStringLiteral("%1 %2")
-        .arg(lengthOf(pixels, unit, resolution), 0, 'f', traits.decimals)
-        .arg(toQt(traits.symbol));
-}
-
 /// Of the tiles that the state holds, uncompressed; a tile in two places counts twice.
 std::int64_t bytesOf(const DocumentState& state) {
     std::int64_t bytes = 0;
@@ -243,14 +236,8 @@ void InfoPanel::showDocument() {
         encoding_ = std::make_unique<InfoEncoding>(canvas.profile);
     shownCanvas_ = canvas;
     const LengthUnit unit = chosenUnit(*unit_);
-    QString size = QStringLiteral("%1 × %2 px").arg(canvas.size.width).arg(canvas.size.height);
-    if (unit != LengthUnit::pixels) {
-        const auto length = [&](std::int64_t pixels) {
-            return lengthText(static_cast<double>(pixels), unit, canvas.resolution);
-        };
-        size = QStringLiteral("%1 × %2").arg(length(canvas.size.width), length(canvas.size.height));
-    }
-    set("size", QStringLiteral("%1, %2 ppi").arg(size).arg(canvas.resolution, 0, 'g', 6));
+    set("size",
+        QStringLiteral("%1, %2 ppi").arg(sizeText(canvas, unit)).arg(canvas.resolution, 0, 'g', 6));
     set("color",
         QStringLiteral("%1, %2").arg(toQt(canvas.profile.name()), toQt(textOf(canvas.bitDepth))));
     labels_.at("color")->setToolTip(labels_.at("color")->text());

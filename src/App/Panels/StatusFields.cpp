@@ -3,13 +3,12 @@
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
 #include "App/Panels/ZoomField.h"
+#include "App/Shell/LengthField.h"
 #include "Base/Settings.h"
-#include "Editor/DocumentPresets.h"
 #include "Editor/DocumentSession.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <algorithm>
 #include <array>
 #include <chrono>
 
@@ -63,16 +62,9 @@ StatusFields::~StatusFields() = default;
 void StatusFields::showCanvas(const Canvas& canvas) {
     if (shownCanvas_ == canvas) return;
     shownCanvas_ = canvas;
-    const std::string symbol = settings_.get(SettingKeys::lengthUnit);
-    const LengthUnitTraits& unit =
-        *std::ranges::find(lengthUnits(), symbol, &LengthUnitTraits::symbol);
-    const auto side = [&](std::int64_t pixels) {
-        return QString::number(lengthOf(static_cast<double>(pixels), unit.unit, canvas.resolution),
-                               'f', unit.decimals);
-    };
-    canvas_->setText(QStringLiteral("%1 × %2 %3    %4    %5")
-                         .arg(side(canvas.size.width), side(canvas.size.height), toQt(unit.symbol),
-                              toQt(textOf(canvas.bitDepth)), toQt(canvas.profile.name())));
+    canvas_->setText(QStringLiteral("%1    %2    %3")
+                         .arg(sizeText(canvas, unitOf(settings_)), toQt(textOf(canvas.bitDepth)),
+                              toQt(canvas.profile.name())));
 }
 
 void StatusFields::lookAtMemorySoon() {

@@ -7,9 +7,9 @@
 #include "App/Panels/StatusFields.h"
 #include "App/Shell/AppServices.h"
 #include "App/Shell/ImageDocument.h"
+#include "App/Shell/LengthField.h"
 #include "App/Shell/QtPath.h"
 #include "Core/ScratchFolder.h"
-#include "Editor/DocumentPresets.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -75,16 +75,6 @@ void showLines(QWidget& on, const char* name, const QString& title, const Lines&
     QObject::connect(copy, &QPushButton::clicked, dialog,
                      [text] { QApplication::clipboard()->setText(text.join('\n')); });
     dialog->show();
-}
-
-QString sizeIn(const Canvas& canvas, LengthUnit unit) {
-    const LengthUnitTraits& traits = traitsOf(unit);
-    const auto side = [&](std::int64_t pixels) {
-        return QString::number(lengthOf(static_cast<double>(pixels), unit, canvas.resolution), 'f',
-                               traits.decimals);
-    };
-    return QString("%1 × %2 %3")
-        .arg(side(canvas.size.width), side(canvas.size.height), toQt(traits.symbol));
 }
 
 QString screensText() {
@@ -154,9 +144,9 @@ void showDocumentInformation(QWidget& on, const ImageDocument& document) {
     showLines(on, "documentDialog", "Document Information",
               {{"Name", toQt(document.displayName())},
                {"File", document.source() ? qtPath(*document.source()) : "none yet"},
-               {"Size", sizeIn(canvas, LengthUnit::pixels)},
-               {"Size in print", sizeIn(canvas, LengthUnit::centimeters) + ", " +
-                                     sizeIn(canvas, LengthUnit::inches)},
+               {"Size", sizeText(canvas, LengthUnit::pixels)},
+               {"Size in print", sizeText(canvas, LengthUnit::centimeters) + ", " +
+                                     sizeText(canvas, LengthUnit::inches)},
                {"Resolution", QString("%1 ppi").arg(canvas.resolution)},
                {"Color profile", toQt(canvas.profile.name())},
                {"Depth", toQt(textOf(canvas.bitDepth))},

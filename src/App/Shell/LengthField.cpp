@@ -2,12 +2,21 @@
 
 #include "App/Look/QtText.h"
 #include "Base/Settings.h"
+#include "Core/Canvas.h"
 
 #include <QComboBox>
 
 #include <algorithm>
 
 namespace ombrel {
+
+namespace {
+
+QString numberText(double pixels, LengthUnit unit, double resolution) {
+    return QString::number(lengthOf(pixels, unit, resolution), 'f', traitsOf(unit).decimals);
+}
+
+} // namespace
 
 LengthField::LengthField(QWidget* parent) : QDoubleSpinBox(parent) {
     setKeyboardTracking(true);
@@ -43,6 +52,17 @@ void LengthField::showPixels() {
              lengthOf(static_cast<double>(largestCanvasSide), unit_, resolution_));
     setValue(lengthOf(pixels_, unit_, resolution_));
     isShowing_ = false;
+}
+
+QString lengthText(double pixels, LengthUnit unit, double resolution) {
+    return numberText(pixels, unit, resolution) + u' ' + toQt(traitsOf(unit).symbol);
+}
+
+QString sizeText(const Canvas& canvas, LengthUnit unit) {
+    const auto width = static_cast<double>(canvas.size.width);
+    const auto height = static_cast<double>(canvas.size.height);
+    return numberText(width, unit, canvas.resolution) + QStringLiteral(" × ") +
+           lengthText(height, unit, canvas.resolution);
 }
 
 LengthUnit unitOf(const Settings& settings) {

@@ -13,6 +13,7 @@ class QComboBox;
 namespace ombrel {
 
 class Settings;
+struct Canvas;
 
 class LengthField final : public QDoubleSpinBox {
 public:
@@ -34,6 +35,11 @@ private:
     double pixels_ = 1;
     bool isShowing_ = false;
 };
+
+/// "12.50 cm"
+QString lengthText(double pixels, LengthUnit unit, double resolution);
+/// "21.00 × 29.70 cm"
+QString sizeText(const Canvas& canvas, LengthUnit unit);
 
 /// The one that lengths are shown in, by the settings.
 LengthUnit unitOf(const Settings& settings);
