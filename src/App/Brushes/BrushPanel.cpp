@@ -7,6 +7,7 @@
 #include "App/Look/Icons.h"
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
+#include "App/Panels/ScrollBox.h"
 #include "App/Shell/Dialogs.h"
 #include "Editor/BrushPresetStore.h"
 #include "Editor/BrushTipImport.h"
@@ -20,7 +21,6 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPainter>
-#include <QScrollArea>
 #include <QSplitter>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -32,6 +32,8 @@ namespace ombrel {
 namespace {
 
 constexpr int previewHeight = 48;
+constexpr int gridHeight = 54;     ///< at least
+constexpr int settingsHeight = 35; ///< at least
 constexpr int titleWidth = 88;
 constexpr int tipTitleWidth = 66;
 constexpr std::array tipNames{"Chalk", "Charcoal", "Spatter", "Bristle", "Dry Brush", "Leaf"};
@@ -108,7 +110,7 @@ QWidget* BrushPanel::buildPresets() {
     auto* box = new QWidget(this);
     grid_ = new BrushPresetGrid(
         context_.brushes, {context_.main, context_.worker, context_.device, context_.store}, box);
-    grid_->setMinimumHeight(62);
+    grid_->setMinimumHeight(gridHeight);
     grid_->onChoose = [this](const BrushPreset& preset) { choose(preset); };
     grid_->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(grid_, &QWidget::customContextMenuRequested, this, [this](QPoint place) {
@@ -156,17 +158,10 @@ QWidget* BrushPanel::buildSettings() {
     for (const BrushSection& section : brushSections())
         buildSection(section, *column);
     column->addStretch();
-    auto* area = new QScrollArea(this);
+    auto* area = new ScrollBox(settingsHeight, this);
     area->setObjectName(QStringLiteral("brushSettings"));
-    area->setWidget(inner);
-    area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
-    area->setFocusPolicy(Qt::NoFocus);
-    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    area->setMinimumHeight(40);
-    area->setMinimumWidth(inner->minimumSizeHint().width() +
-                          style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+    area->setContent(inner);
     return area;
 }
 

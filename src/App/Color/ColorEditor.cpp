@@ -92,6 +92,11 @@ void ColorEditor::setSide(QWidget* side) {
     head->insertWidget(0, side, 0, Qt::AlignTop);
 }
 
+void ColorEditor::setBesideCode(QWidget* widget) {
+    auto* row = static_cast<QHBoxLayout*>(layout()->itemAt(layout()->count() - 1)->layout());
+    row->insertWidget(row->count() - 2, widget); // the sign and the code are the last
+}
+
 void ColorEditor::makeRow(ColorComponent component) {
     const ColorComponentRow& words = rowOf(component);
     const QString name = QString::fromUtf8(words.name);

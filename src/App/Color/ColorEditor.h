@@ -33,6 +33,8 @@ public:
     void finishTyping() { takeCode(); }
     /// Something to stand left of the square.
     void setSide(QWidget* side);
+    /// Something to stand left of the code.
+    void setBesideCode(QWidget* widget);
 
     std::function<void(const PickedColor&)> onChange; ///< by the user
     std::function<void()> onChosen;                   ///< a drag, a number or a key has ended

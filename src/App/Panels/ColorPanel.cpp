@@ -18,9 +18,8 @@ ColorPanel::ColorPanel(const PanelContext& context, QWidget* parent)
     : QWidget(parent), session_(context.session), recent_(context.session, context.settings),
       editor_(new ColorEditor(context.settings, ColorEditor::Sliders::chosen, this)),
       recentModel_(new SwatchListModel(this)) {
-    auto* side = new QWidget(this);
-    wells_ = new ColorWells(context, ColorWells::Click::selects, side);
-    beyond_ = new QToolButton(side);
+    wells_ = new ColorWells(context, ColorWells::Click::selects, this);
+    beyond_ = new QToolButton(this);
     beyond_->setObjectName(QStringLiteral("beyondScreen"));
     beyond_->setAutoRaise(true);
     beyond_->setIcon(ombrel::icon("triangle-alert"));
@@ -31,11 +30,8 @@ ColorPanel::ColorPanel(const PanelContext& context, QWidget* parent)
     policy.setRetainSizeWhenHidden(true);
     beyond_->setSizePolicy(policy);
     connect(beyond_, &QToolButton::clicked, this, [this] { takeNearest(); });
-    auto* sideLayout = new QVBoxLayout(side);
-    sideLayout->setContentsMargins(0, 0, 0, 0);
-    sideLayout->addWidget(wells_);
-    sideLayout->addWidget(beyond_);
-    editor_->setSide(side);
+    editor_->setSide(wells_);
+    editor_->setBesideCode(beyond_);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(Spacing::tight, Spacing::tight, Spacing::tight, Spacing::tight);
     layout->setSpacing(Spacing::tight);

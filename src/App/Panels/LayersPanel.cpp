@@ -24,6 +24,8 @@ namespace ombrel {
 
 namespace {
 
+constexpr int leastTreeHeight = LayerDelegate::rowHeight * 4 / 3;
+
 using Action = void (*)(DocumentSession&);
 
 struct PanelKey {
@@ -121,6 +123,7 @@ void LayersPanel::buildView() {
     view_->setObjectName(QStringLiteral("layerTree"));
     view_->setAccessibleName(QStringLiteral("Layers"));
     view_->setItemDelegate(delegate);
+    view_->setMinimumHeight(leastTreeHeight);
     view_->setContextMenuPolicy(Qt::CustomContextMenu);
     nothing_ = new QLabel(QStringLiteral("No layer is like that"), view_->viewport());
     nothing_->setAlignment(Qt::AlignCenter);

@@ -31,7 +31,7 @@ public:
     std::function<void()> onResize;
 
     QSize sizeHint() const override { return {220, 120}; }
-    QSize minimumSizeHint() const override { return {80, 48}; }
+    QSize minimumSizeHint() const override { return {80, 30}; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;

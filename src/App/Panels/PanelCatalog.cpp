@@ -21,14 +21,14 @@ QWidget* make(const PanelContext& context, QWidget* parent) {
 }
 
 constexpr std::array<PanelDescription, 8> panels{{
-    {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, "view", 156},
-    {"info", "Info", Qt::RightDockWidgetArea, make<InfoPanel>, "view"},
-    {"histogram", "Histogram", Qt::RightDockWidgetArea, make<HistogramPanel>, "view"},
-    {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, "color", 236, "F6"},
-    {"swatches", "Swatches", Qt::RightDockWidgetArea, make<SwatchesPanel>, "color"},
-    {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, "layers", 0, "F7"},
-    {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>, "layers"},
-    {"brushes", "Brushes", Qt::RightDockWidgetArea, make<BrushPanel>, "layers"},
+    {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, 64, "view", 156},
+    {"info", "Info", Qt::RightDockWidgetArea, make<InfoPanel>, 64, "view"},
+    {"histogram", "Histogram", Qt::RightDockWidgetArea, make<HistogramPanel>, 64, "view"},
+    {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, 76, "color", 244, "F6"},
+    {"swatches", "Swatches", Qt::RightDockWidgetArea, make<SwatchesPanel>, 76, "color"},
+    {"layers", "Layers", Qt::RightDockWidgetArea, make<LayersPanel>, 172, "layers", 0, "F7"},
+    {"history", "History", Qt::RightDockWidgetArea, make<HistoryPanel>, 172, "layers"},
+    {"brushes", "Brushes", Qt::RightDockWidgetArea, make<BrushPanel>, 172, "layers"},
 }};
 
 } // namespace

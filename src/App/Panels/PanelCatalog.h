@@ -35,6 +35,7 @@ struct PanelDescription {
     const char* title;
     Qt::DockWidgetArea area;
     QWidget* (*make)(const PanelContext& context, QWidget* parent);
+    int leastHeight;        ///< what is seen of it at least; the rest is scrolled to
     const char* group = ""; ///< panels of one group are tabs of one place, the first one in front
     int height = 0;         ///< of the group at first, as its first panel has it; 0: what is left
     const char* shortcut = ""; ///< shows and hides it; as QKeySequence reads it

@@ -47,7 +47,9 @@ void addMenu(std::vector<PaletteItem>& items, const QList<QAction*>& actions, co
         const QString refusal = action->isEnabled()             ? QString()
                                 : action->statusTip().isEmpty() ? "Not possible now."
                                                                 : action->statusTip();
-        items.push_back({text, path, textOf(action->shortcuts() + plainKeysOf(*action)), refusal,
+        const bool isPanel = action->objectName().startsWith("panel.");
+        items.push_back({text, isPanel ? path + " › Panel" : path,
+                         textOf(action->shortcuts() + plainKeysOf(*action)), refusal,
                          [action = QPointer<QAction>(action)] {
                              if (action) action->trigger();
                          }});

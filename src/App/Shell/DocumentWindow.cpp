@@ -4,6 +4,7 @@
 #include "App/Canvas/CanvasView.h"
 #include "App/Clipboard/Pasting.h"
 #include "App/Look/QtText.h"
+#include "App/Panels/DockedPanel.h"
 #include "App/Panels/OptionsBar.h"
 #include "App/Panels/PanelCatalog.h"
 #include "App/Panels/StatusFields.h"
@@ -91,7 +92,7 @@ std::vector<std::function<void()>> DocumentWindow::pieces() {
         pieces.emplace_back([this, context, &panel] {
             auto* dock = new QDockWidget(panel.title, this);
             dock->setObjectName(panel.identifier);
-            dock->setWidget(panel.make(context, dock));
+            dock->setWidget(new DockedPanel(panel, context, *dock));
             layout_.place(panel, *dock);
         });
     }

@@ -4,9 +4,11 @@
 #include "App/Panels/PanelCatalog.h"
 
 #include <QDockWidget>
+#include <QLayout>
 #include <QMainWindow>
 #include <QScreen>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTimer>
 #include <QToolBar>
 
@@ -22,8 +24,9 @@ namespace {
 
 constexpr int layoutVersion = 3;
 constexpr QSize usualSize(1280, 820);
-constexpr int usualWidth = 264;       ///< of a column of panels
-constexpr int heightOfTheRest = 1000; ///< as much as there is
+constexpr int usualWidth = 264;     ///< of a column of panels
+constexpr int leastRest = 250;      ///< the height that is left for those without one of their own
+constexpr double lowestShare = 0.8; ///< of its height that a panel is given on a low window
 constexpr std::chrono::milliseconds stateSettles{250};
 constexpr const char* layoutsKey = "windowLayouts";
 constexpr const char* workspacesKey = "workspaces";
@@ -184,18 +187,35 @@ void PanelLayout::arrange() {
         dock->setFloating(false);
         dock->show();
     }
-    // Those that take what is left come first: the heights of the others are then kept.
-    for (const bool takesTheRest : {true, false}) {
-        for (const PanelDescription& panel : panelCatalog()) {
-            QDockWidget* front = frontOf(panel);
-            if (front->objectName() != panel.identifier) continue;
-            if ((panel.height == 0) != takesTheRest) continue;
-            front->raise();
-            const int height = takesTheRest ? heightOfTheRest : panel.height;
-            window_.resizeDocks({front}, {height}, Qt::Vertical);
-            window_.resizeDocks({front}, {usualWidth}, Qt::Horizontal);
-        }
+    QList<QDockWidget*> fronts;
+    QList<int> heights;
+    for (const PanelDescription& panel : panelCatalog()) {
+        QDockWidget* front = frontOf(panel);
+        if (front->objectName() != panel.identifier) continue;
+        front->raise();
+        fronts += front;
+        heights += panel.height;
     }
+    shareHeight(heights);
+    window_.resizeDocks(fronts, heights, Qt::Vertical);
+    window_.resizeDocks(fronts, QList<int>(fronts.size(), usualWidth), Qt::Horizontal);
+}
+
+// The toolkit takes what is too much from all alike, down to nothing: so the sum must be right.
+void PanelLayout::shareHeight(QList<int>& heights) const {
+    window_.layout()->activate();
+    const int separators =
+        window_.style()->pixelMetric(QStyle::PM_DockWidgetSeparatorExtent, nullptr, &window_);
+    int rest =
+        window_.centralWidget()->height() - separators * static_cast<int>(heights.size() - 1);
+    for (const int height : heights)
+        rest -= height;
+    for (int& height : heights) {
+        const int given = std::clamp(leastRest - rest, 0, height - qRound(lowestShare * height));
+        height -= given;
+        rest += given;
+    }
+    std::ranges::replace(heights, 0, std::max(rest, 1));
 }
 
 QDockWidget* PanelLayout::frontOf(const PanelDescription& panel) const {

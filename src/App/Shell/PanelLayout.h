@@ -6,6 +6,7 @@
 #include "Base/Settings.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QRect>
 
 #include <optional>
@@ -48,6 +49,8 @@ private:
     void hide(Hiding hiding);
     void show();
     void arrange();
+    /// What is left goes to those of no height; on a low window the others give some of theirs.
+    void shareHeight(QList<int>& heights) const;
     /// Panels that the state does not know stand where they stand at first. False where it cannot
     /// be read; then nothing has changed.
     bool restorePanels(const QByteArray& state);

@@ -1,6 +1,7 @@
 #include "App/Shell/WindowListMenus.h"
 
 #include "App/Look/QtText.h"
+#include "App/Panels/DockedPanel.h"
 #include "App/Panels/PanelCatalog.h"
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/DocumentWindow.h"
@@ -91,6 +92,21 @@ constexpr ListMenu listMenus[] = {{"openRecent", fillRecent},
                                   {"workspaces", fillWorkspaces},
                                   {"deleteWorkspace", fillWorkspacesToDelete}};
 
+/// Brings the panel to the front, or hides it where it stands there.
+QAction* makePanelAction(QDockWidget& dock) {
+    auto* action = new QAction(dock.windowTitle(), &dock);
+    action->setObjectName(QStringLiteral("panel.") + dock.objectName());
+    action->setCheckable(true);
+    action->setChecked(DockedPanel::isInFront(dock));
+    QObject::connect(&dock, &QDockWidget::visibilityChanged, action, &QAction::setChecked);
+    QObject::connect(action, &QAction::triggered, &dock, [&dock] {
+        if (DockedPanel::isInFront(dock)) return dock.hide();
+        dock.show();
+        dock.raise();
+    });
+    return action;
+}
+
 } // namespace
 
 void keepListMenus(QMenuBar& bar, Context context) {
@@ -111,11 +127,9 @@ std::vector<QAction*> addPanelActions(QMenuBar& bar, const DocumentWindow& windo
     auto* menu = qobject_cast<QMenu*>(place->parent());
     std::vector<QAction*> actions;
     for (const PanelDescription& panel : panelCatalog()) {
-        const auto* dock = window.findChild<QDockWidget*>(panel.identifier);
+        auto* dock = window.findChild<QDockWidget*>(panel.identifier);
         if (dock == nullptr) continue;
-        QAction* action = dock->toggleViewAction();
-        action->setObjectName(toQt(std::string("panel.") + panel.identifier));
-        actions.push_back(action);
+        actions.push_back(makePanelAction(*dock));
     }
     for (const QToolBar* toolBar : window.findChildren<QToolBar*>())
         actions.push_back(toolBar->toggleViewAction());

@@ -5,6 +5,7 @@
 #include <QAbstractButton>
 #include <QComboBox>
 #include <QDialog>
+#include <QDockWidget>
 #include <QLabel>
 #include <QLineEdit>
 #include <QTabBar>
@@ -49,6 +50,9 @@ void expectWords(const QWidget& in, const char* where) {
 TEST_F(ShellTest, everyFieldOfTheWindowAndItsFormsSaysWhatItIs) {
     makeDocument({100, 80});
     DocumentWindow& window = *document().window();
+    for (QDockWidget* dock : window.findChildren<QDockWidget*>())
+        dock->raise(); // panels are made when they are seen
+    QCoreApplication::processEvents();
     expectWords(window, "window");
     for (const WindowAction& entry : windowActions()) {
         if (entry.run == nullptr || !QString::fromUtf8(entry.text).endsWith("…")) continue;
