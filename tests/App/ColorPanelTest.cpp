@@ -18,6 +18,7 @@
 #include <QTest>
 #include <QToolButton>
 #include <fmt/format.h>
+#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -214,9 +215,27 @@ TEST_F(ColorPanelTest, paintedAndPickedColorsAreRemembered) {
         PaintColors{.foreground = documentColor(*rgbOfHex("778899"), ColorProfile::sRGB())};
     fixture.session->setTool(ToolKind::brush);
     fixture.session->perform(mark(3));
+    EXPECT_EQ(recent->model()->rowCount(), 1) << "no paint, though the brush is at hand";
+    const auto choose = [&](const char* code) {
+        fixture.session->colors =
+            PaintColors{.foreground = documentColor(*rgbOfHex(code), ColorProfile::sRGB())};
+    };
+    const auto stroke = [&](const std::function<void()>& meanwhile, const char* name) {
+        ASSERT_TRUE(fixture.session->beginLive());
+        meanwhile();
+        fixture.session->updateLive([](DocumentState& state) { ++state.canvas.resolution; });
+        fixture.session->commitLive(name);
+    };
+    stroke([] {}, "Move");
+    EXPECT_EQ(recent->model()->rowCount(), 1);
+    stroke([&] { choose("AABBCC"); }, "Brush Tool");
     ASSERT_EQ(recent->model()->rowCount(), 2);
+    EXPECT_EQ(recent->model()->index(0, 0).data(Qt::AccessibleTextRole).toString(), "#778899")
+        << "it was painted with before another one was chosen";
     fixture.session->undo();
     fixture.session->redo();
+    fixture.session->undo();
+    fixture.session->perform(mark(4)); // in place of the stroke
     EXPECT_EQ(recent->model()->rowCount(), 2);
     const QModelIndex second = recent->model()->index(1, 0);
     EXPECT_EQ(second.data(Qt::AccessibleTextRole).toString(), "#445566");

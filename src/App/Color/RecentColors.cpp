@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <fmt/format.h>
+#include <utility>
 
 namespace ombrel {
 
@@ -35,6 +37,9 @@ RecentColors::RecentColors(std::shared_ptr<DocumentSession> session, Settings& s
     }));
     connections_.push_back(
         session_->_history.onChange([this](const History& history) { followHistory(history); }));
+    connections_.push_back(session_->_isLiveEditing.onChange([this](bool isLive) {
+        if (isLive) inUse_ = foreground();
+    }));
     connections_.push_back(session_->colors.onChange([this](const PaintColors&) {
         if (*session_->_activeTool == ToolKind::eyedropper) addForegroundSoon();
     }));
@@ -55,20 +60,28 @@ void RecentColors::add(const ColorMath::DisplayRgb& color) {
     settings_.set(key, std::move(codes));
 }
 
-void RecentColors::addForeground() {
-    soon_.stop();
-    add(displayColor(session_->colors->foreground, session_->_state->canvas.profile));
+ColorMath::DisplayRgb RecentColors::foreground() const {
+    return displayColor(session_->colors->foreground, session_->_state->canvas.profile);
 }
 
-// A new entry while a painting tool is at work is what it painted; a layer made in between counts
-// as well, which does no harm: the colour is the one in use.
+void RecentColors::addForeground() {
+    soon_.stop();
+    add(foreground());
+}
+
+// Only an entry that bears the name of a painting tool is paint: layers are made, masks added and
+// images resized while one is at hand. By the time it is recorded the foreground may be another.
 void RecentColors::followHistory(const History& history) {
     const Uuid last = history.entries().back()->id;
     if (last == lastEntry_) return;
     const bool isNew = history.currentIndex() + 1 == std::ssize(history.entries());
     lastEntry_ = last;
-    if (isNew && std::ranges::find(paintingTools, *session_->_activeTool) != paintingTools.end())
-        addForeground();
+    const std::string& name = history.entries().back()->name;
+    const bool isPaint = std::ranges::any_of(paintingTools, [&](ToolKind kind) {
+        return name == fmt::format("{} Tool", descriptionOf(kind).displayName);
+    });
+    const ColorMath::DisplayRgb color = std::exchange(inUse_, std::nullopt).value_or(foreground());
+    if (isNew && isPaint) add(color);
 }
 
 } // namespace ombrel

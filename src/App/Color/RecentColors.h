@@ -10,6 +10,7 @@
 #include <QTimer>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace ombrel {
@@ -32,12 +33,14 @@ public:
     std::function<void()> onChange;
 
 private:
+    ColorMath::DisplayRgb foreground() const;
     void addForeground();
     void followHistory(const History& history);
 
     std::shared_ptr<DocumentSession> session_;
     Settings& settings_;
     Uuid lastEntry_;
+    std::optional<ColorMath::DisplayRgb> inUse_; ///< the foreground when a stroke began
     QTimer soon_;
     std::vector<Connection> connections_;
 };
