@@ -45,7 +45,7 @@ CommandResult PlaceImageCommand::apply(DocumentState& state, const CommandContex
     layer.id = layerID;
     layer.pixels = pixels;
     layer.offset = {offsetOf(center.x, size.width), offsetOf(center.y, size.height)};
-    LayerTree::insertActive(state, std::move(layer), state.activeLayerID);
+    LayerTree::insertActive(state, std::move(layer), above ? above : state.activeLayerID);
     return {};
 }
 

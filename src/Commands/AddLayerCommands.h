@@ -82,6 +82,7 @@ struct PlaceImageCommand {
     TileGrid pixels{TileFormat::rgba16Float};
     PixelSize size;   ///< of the picture, which begins at (0, 0) of `pixels`
     RealPoint center; ///< on the canvas; the offset is whole, halves go right and down
+    std::optional<LayerID> above = std::nullopt; ///< absent: the active layer
 
     std::string name() const { return "Place Image"; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
@@ -96,7 +97,9 @@ struct PlaceImageCommand {
             field("layerName", &Self::layerName, "the file's name unless given").orMade(),
             field("pixels", &Self::pixels, "the picture"),
             field("size", &Self::size, "the picture's own unless given").orMade(),
-            field("center", &Self::center, "its middle; the canvas's unless given").orMade());
+            field("center", &Self::center, "its middle; the canvas's unless given").orMade(),
+            field("above", &Self::above,
+                  "the layer below it; in a group it goes on top; the active layer unless given"));
     }
 };
 

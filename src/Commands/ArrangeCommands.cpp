@@ -1,11 +1,13 @@
 #include "Commands/ArrangeCommands.h"
 
+#include "Commands/ClipStacks.h"
 #include "Commands/LayerTree.h"
 
 #include <algorithm>
 #include <functional>
 #include <map>
 #include <set>
+#include <span>
 
 namespace ombrel {
 
@@ -29,31 +31,64 @@ void step(const Iterator& begin, const Iterator& end, const IsChosen& isChosen) 
 }
 
 // Those that `isFirst` holds for, then the others, both in their order.
-template <typename IsFirst>
-void divide(std::vector<LayerNode>& siblings, const IsFirst& isFirst) {
-    std::vector<LayerNode> divided;
-    divided.reserve(siblings.size());
-    std::ranges::copy_if(siblings, std::back_inserter(divided), isFirst);
-    std::ranges::copy_if(siblings, std::back_inserter(divided), std::not_fn(isFirst));
-    siblings = std::move(divided);
+template <typename Each, typename IsFirst>
+void divide(std::vector<Each>& list, const IsFirst& isFirst) {
+    std::vector<Each> divided;
+    divided.reserve(list.size());
+    std::ranges::copy_if(list, std::back_inserter(divided), isFirst);
+    std::ranges::copy_if(list, std::back_inserter(divided), std::not_fn(isFirst));
+    list = std::move(divided);
 }
 
-void arrange(std::vector<LayerNode>& siblings, const std::set<LayerID>& chosen,
-             Arrangement arrangement) {
-    const auto isChosen = [&](const LayerNode& node) { return chosen.contains(node.id()); };
+// `list` holds layers or whole stacks.
+template <typename Each, typename IsChosen>
+void arrangeList(std::vector<Each>& list, const IsChosen& isChosen, Arrangement arrangement) {
     switch (arrangement) {
     case Arrangement::bringForward:
-        step(siblings.begin(), siblings.end(), isChosen);
+        step(list.begin(), list.end(), isChosen);
         break;
     case Arrangement::sendBackward:
-        step(siblings.rbegin(), siblings.rend(), isChosen);
+        step(list.rbegin(), list.rend(), isChosen);
         break;
     case Arrangement::bringToFront:
-        divide(siblings, std::not_fn(isChosen));
+        divide(list, std::not_fn(isChosen));
         break;
     case Arrangement::sendToBack:
-        divide(siblings, isChosen);
+        divide(list, isChosen);
         break;
+    }
+}
+
+/// What clips to something, above it.
+struct Stack {
+    LayerNode base;
+    std::vector<LayerNode> clipped;
+};
+
+std::vector<Stack> stacksOf(const std::vector<LayerNode>& siblings) {
+    std::vector<Stack> stacks;
+    for (std::size_t base = 0; base < siblings.size();) {
+        const std::size_t end = ClipStacks::endOf(siblings, base);
+        const std::span clipped = std::span(siblings).subspan(base + 1, end - base - 1);
+        stacks.push_back({siblings[base], {clipped.begin(), clipped.end()}});
+        base = end;
+    }
+    return stacks;
+}
+
+void arrangeSiblings(std::vector<LayerNode>& siblings, const std::set<LayerID>& chosen,
+                     Arrangement arrangement, bool keepsStacks) {
+    const auto isChosen = [&](const LayerNode& node) { return chosen.contains(node.id()); };
+    if (!keepsStacks) return arrangeList(siblings, isChosen, arrangement);
+    const auto isBaseChosen = [&](const Stack& stack) { return isChosen(stack.base); };
+    std::vector<Stack> stacks = stacksOf(siblings);
+    for (Stack& stack : stacks)
+        if (!isBaseChosen(stack)) arrangeList(stack.clipped, isChosen, arrangement);
+    arrangeList(stacks, isBaseChosen, arrangement);
+    siblings.clear();
+    for (Stack& stack : stacks) {
+        siblings.push_back(std::move(stack.base));
+        std::ranges::move(stack.clipped, std::back_inserter(siblings));
     }
 }
 
@@ -90,6 +125,10 @@ std::string ArrangeLayersCommand::name() const {
 }
 
 CommandResult ArrangeLayersCommand::apply(DocumentState& state, const CommandContext&) const {
+    return arrange(state);
+}
+
+CommandResult ArrangeLayersCommand::arrange(DocumentState& state) const {
     const auto ids = LayerTree::reduced(state, layerIDs);
     if (!ids) return std::unexpected(ids.error());
     std::map<std::optional<LayerID>, std::set<LayerID>> chosen; // by parent
@@ -99,11 +138,11 @@ CommandResult ArrangeLayersCommand::apply(DocumentState& state, const CommandCon
     }
     for (const auto& [parent, children] : chosen) {
         if (!parent) {
-            arrange(state.root.write().children, children, arrangement);
+            arrangeSiblings(state.root.write().children, children, arrangement, keepsStacks);
             continue;
         }
         state.update(*parent, [&](LayerNode& node) {
-            arrange(node.writeGroup()->children, children, arrangement);
+            arrangeSiblings(node.writeGroup()->children, children, arrangement, keepsStacks);
         });
     }
     return {};

@@ -57,15 +57,19 @@ struct ClipLayersCommand {
 };
 
 /// Layers with the position lock stay. Layers that move together keep their order: none passes
-/// another one.
+/// another one. With `keepsStacks` no layer gets another base: a base takes along what clips to it,
+/// all step over whole stacks, and a clipped layer alone moves within its own.
 struct ArrangeLayersCommand {
     enum class Arrangement { bringForward, sendBackward, bringToFront, sendToBack };
 
     std::vector<LayerID> layerIDs;
     Arrangement arrangement = Arrangement::bringForward;
+    bool keepsStacks = false;
 
     std::string name() const;
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
+    /// The same, for who has no context: nothing is computed.
+    CommandResult arrange(DocumentState& state) const;
     bool operator==(const ArrangeLayersCommand&) const = default;
 
     static constexpr auto schema() {
@@ -75,7 +79,11 @@ struct ArrangeLayersCommand {
             "Moves layers among their siblings, by one place or to the end. Layers whose position "
             "is locked stay.",
             field("layerIDs", &Self::layerIDs, "the layers, in any order"),
-            field("arrangement", &Self::arrangement, "where to"));
+            field("arrangement", &Self::arrangement, "where to"),
+            field("keepsStacks", &Self::keepsStacks,
+                  "a layer takes along what clips to it and steps over whole such stacks; clipped "
+                  "ones move within theirs")
+                .orDefault());
     }
 };
 

@@ -1,5 +1,6 @@
 #include "Commands/ClipboardCommands.h"
 
+#include "Commands/ClipStacks.h"
 #include "Commands/DeleteLayersCommand.h"
 #include "Commands/LayerTree.h"
 #include "Commands/TranslateLayersCommand.h"
@@ -21,8 +22,9 @@ void empty(LayerNode& node) {
 
 CommandResult PasteLayersCommand::apply(DocumentState& state, const CommandContext&) const {
     if (layers.empty()) return {};
+    const std::optional<LayerID> stack = ClipStacks::placeAbove(state);
+    LayerTree::insertActive(state, layers.front(), stack ? stack : state.activeLayerID);
     // Beside the first one, never into it where it is a group.
-    LayerTree::insertActive(state, layers.front(), state.activeLayerID);
     const auto first = state.location(layers.front().id());
     if (!first) return std::unexpected(CommandError::of(CommandError::Kind::layerNotFound));
     const std::vector<LayerNode> others(layers.begin() + 1, layers.end());

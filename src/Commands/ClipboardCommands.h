@@ -9,10 +9,12 @@
 
 namespace ombrel {
 
-/// Each layer goes above the one before it, the first above the active layer. The last becomes
-/// active.
+/// Each layer goes above the one before it, the first above the active layer and all that clips to
+/// the same base as it, or to it. The last becomes active.
 struct PasteLayersCommand {
     std::vector<LayerNode> layers; ///< bottom to top; their identifiers are new to the document
+
+    static constexpr const char* nothingDone = "There is nothing to paste.";
 
     std::string name() const { return "Paste"; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
@@ -21,8 +23,8 @@ struct PasteLayersCommand {
     static constexpr auto schema() {
         using Self = PasteLayersCommand;
         return commandSchema("PasteLayersCommand",
-                             "Adds layers and groups above the active layer, one above the other. "
-                             "The last becomes active.",
+                             "Adds layers and groups above the active layer, one above the other, "
+                             "between no layer and what it clips to. The last becomes active.",
                              field("layers", &Self::layers, "what to add, from bottom to top"));
     }
 };
@@ -30,6 +32,8 @@ struct PasteLayersCommand {
 /// Takes layers out; where nothing would be left of the document, only their pixels.
 struct CutLayersCommand {
     std::vector<LayerID> layerIDs;
+
+    static constexpr const char* nothingDone = "There is nothing to cut: the layer is empty.";
 
     std::string name() const { return "Cut"; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;

@@ -1,9 +1,11 @@
 #include "Commands/DuplicateLayersCommand.h"
 
+#include "Commands/ClipStacks.h"
 #include "Commands/Coding/LayerIDSource.h"
 #include "Commands/LayerTree.h"
 
 #include <limits>
+#include <set>
 
 namespace ombrel {
 
@@ -50,6 +52,27 @@ CommandResult insertCopies(DocumentState& state, std::vector<LayerNode> copies,
                                                     : CommandError::Kind::layerNotFound));
 }
 
+// A copied base goes above its whole stack, and the copies of what clips to it follow it there: so
+// no layer gets another base.
+void insertAboveOriginals(DocumentState& state, std::span<const LayerID> originals,
+                          std::vector<LayerNode> copies) {
+    const std::set<LayerID> copied(originals.begin(), originals.end());
+    std::map<LayerID, LayerID> topOfCopy; // of the stacks whose base is copied, by base
+    for (std::size_t i = 0; i < copies.size(); ++i) {
+        const LayerID copy = copies[i].id();
+        const DocumentState::Location place = state.location(originals[i]).value();
+        const std::vector<LayerNode> siblings = state.children(place.parent);
+        const LayerID base = siblings[ClipStacks::baseOf(siblings, place.index)].id();
+        std::size_t index = place.index + 1;
+        if (const auto top = topOfCopy.find(base); top != topOfCopy.end())
+            index = state.location(top->second)->index + 1;
+        else if (copied.contains(base))
+            index = ClipStacks::endOf(siblings, place.index);
+        if (copied.contains(base)) topOfCopy[base] = copy;
+        state.insert({std::move(copies[i])}, place.parent, static_cast<std::int64_t>(index));
+    }
+}
+
 } // namespace
 
 DuplicateLayersCommand DuplicateLayersCommand::of(const DocumentState& state,
@@ -87,11 +110,7 @@ CommandResult DuplicateLayersCommand::duplicate(DocumentState& state) const {
         return insertCopies(state, std::move(nodes), parent,
                             gap.value_or(std::numeric_limits<std::int64_t>::max()));
     }
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        const DocumentState::Location place = state.location((*ids)[i]).value();
-        state.insert({std::move(nodes[i])}, place.parent,
-                     static_cast<std::int64_t>(place.index) + 1);
-    }
+    insertAboveOriginals(state, *ids, std::move(nodes));
     return {};
 }
 

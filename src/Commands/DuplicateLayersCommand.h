@@ -10,8 +10,9 @@
 
 namespace ombrel {
 
-/// Each copy lies directly above its original; with `parent` or `gap` all go there, in stack order.
-/// The topmost copy becomes active.
+/// Each copy lies directly above its original, that of a base above all that clips to it, with the
+/// copies of its clipped layers; with `parent` or `gap` all go there, in stack order. The topmost
+/// copy becomes active.
 struct DuplicateLayersCommand {
     std::vector<LayerID> layerIDs;
     std::optional<LayerID> parent;   ///< with a gap, absent: the root
@@ -41,7 +42,7 @@ struct DuplicateLayersCommand {
             field("parent", &Self::parent, "the group that the copies go to"),
             field("gap", &Self::gap,
                   "their place among the children there, 0 at the bottom; without parent and gap "
-                  "each copy goes directly above its original"),
+                  "each copy goes directly above its original and what clips to that"),
             field("copies", &Self::copies, "the identifiers of the copies").orDefault());
     }
 };

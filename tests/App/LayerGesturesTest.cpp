@@ -1,4 +1,5 @@
 #include "App/LayersPanelFixture.h"
+#include "App/Panels/LayerActions.h"
 #include "App/Screenshot.h"
 
 #include <QComboBox>
@@ -115,6 +116,91 @@ TEST_F(LayerGestures, droppedIntoAClipRunALayerJoinsItAndOutOfItIsReleased) {
     drop({60, view->viewport()->height() - 5});
     EXPECT_EQ(order(), "Group(TopInner)ShadeLightBase");
     EXPECT_TRUE(properties("Light").clipsToBelow) << "base and run went together";
+}
+
+TEST_F(LayerGestures, aBaseTakesAlongWhatClipsToItAndGroupsGoAboveRuns) {
+    make(clips());
+    click("Base");
+    drop(row("Top").topLeft() + QPoint(60, 2));
+    EXPECT_EQ(order(), "ShadeLightBaseTopGroup(Inner)");
+    EXPECT_TRUE(properties("Light").clipsToBelow);
+    drop(row("Shade").bottomLeft() + QPoint(60, -2));
+    EXPECT_EQ(entries(), 2u) << "into its own run: it stays";
+    click("Group");
+    drop(row("Shade").bottomLeft() + QPoint(60, -2));
+    EXPECT_EQ(order(), "Group(Inner)ShadeLightBaseTop") << "a group clips to nothing";
+    click("Top");
+    drop(row("Light").topLeft() + QPoint(60, 2), alt);
+    EXPECT_EQ(order(), "Group(Inner)TopShadeLightBaseTop") << "nor does a copy of a plain layer";
+    fixture.session->undo();
+    click("Light");
+    drop(row("Shade").topLeft() + QPoint(60, 2), alt);
+    EXPECT_EQ(order(), "Group(Inner)LightShadeLightBaseTop");
+    fixture.session->jump(0);
+    EXPECT_EQ(order(), "TopShadeLightBaseGroup(Inner)");
+}
+
+TEST_F(LayerGestures, newLayersComeBetweenNoLayerAndItsBase) {
+    make(clips());
+    click("Base");
+    press("newLayer");
+    EXPECT_EQ(order(), "TopLayer 1ShadeLightBaseGroup(Inner)");
+    EXPECT_FALSE(properties("Layer 1").clipsToBelow);
+    click("Light");
+    press("newLayer");
+    EXPECT_EQ(order(), "TopLayer 1ShadeLayer 2LightBaseGroup(Inner)");
+    EXPECT_TRUE(properties("Layer 2").clipsToBelow) << "among clipped layers it is one of them";
+    press("newGroup");
+    EXPECT_EQ(order(), "TopLayer 1Group 1()ShadeLayer 2LightBaseGroup(Inner)");
+    click("Shade");
+    press("newLayer");
+    EXPECT_EQ(order(), "TopLayer 1Group 1()Layer 3ShadeLayer 2LightBaseGroup(Inner)");
+    EXPECT_FALSE(properties("Layer 3").clipsToBelow) << "on top of the run it is free";
+    EXPECT_EQ(lastEntry(), "New Layer");
+    fixture.session->jump(0);
+    EXPECT_EQ(order(), "TopShadeLightBaseGroup(Inner)");
+}
+
+TEST_F(LayerGestures, whatSetsWhatIsSetMakesNoEntry) {
+    make(clips());
+    DocumentSession& session = *fixture.session;
+    const auto set = [&](float opacity) {
+        LayerActions::changeProperties(session, "Layer Opacity",
+                                       [=](LayerProperties& each) { each.opacity = opacity; });
+    };
+    set(1);
+    EXPECT_EQ(entries(), 1u);
+    session._selectedLayerIDs = {id("Top"), id("Base")};
+    set(0.5f);
+    set(0.5f);
+    EXPECT_EQ(entries(), 2u);
+    session._selectedLayerIDs = {id("Top"), id("Light")};
+    set(0.5f);
+    EXPECT_EQ(entries(), 3u) << "one of two changes";
+    EXPECT_EQ(properties("Light").opacity, 0.5f);
+    session._selectedLayerIDs = {id("Light")};
+    for (const auto far : {ArrangeLayersCommand::Arrangement::sendToBack,
+                           ArrangeLayersCommand::Arrangement::sendBackward})
+        LayerActions::arrange(session, far);
+    EXPECT_EQ(entries(), 3u) << "it is the lowest of its run";
+}
+
+TEST_F(LayerGestures, theLowestLayerHasNothingToClipTo) {
+    make(clips());
+    auto* clip = panel->findChild<QToolButton*>("clip");
+    click("Inner");
+    EXPECT_FALSE(clip->isEnabled());
+    LayerActions::toggleClipping(*fixture.session);
+    EXPECT_EQ(entries(), 1u);
+    click("Top", Qt::ControlModifier);
+    EXPECT_TRUE(clip->isEnabled());
+    EXPECT_FALSE(clip->isChecked());
+    press("clip");
+    EXPECT_TRUE(properties("Top").clipsToBelow);
+    EXPECT_FALSE(properties("Inner").clipsToBelow);
+    EXPECT_TRUE(clip->isChecked());
+    press("clip");
+    EXPECT_FALSE(properties("Top").clipsToBelow);
 }
 
 TEST_F(LayerGestures, droppedWhereItIsALayerStaysWithoutAnEntry) {

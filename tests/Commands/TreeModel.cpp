@@ -136,7 +136,7 @@ TreeModel::Fault TreeModel::apply(const PlaceImageCommand& command) {
     // The nearest whole place to the middle.
     layer.offset = {std::llround(command.center.x - static_cast<double>(command.size.width) / 2),
                     std::llround(command.center.y - static_cast<double>(command.size.height) / 2)};
-    addAboveActive(layer, {});
+    addAboveActive(layer, command.above);
     return {};
 }
 
@@ -263,12 +263,46 @@ TreeModel::Fault TreeModel::apply(const DuplicateLayersCommand& command) {
         replaceMarker(std::move(copies));
         return {};
     }
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-        const Found original = find(ids[i]);
-        putMarker(*original.siblings, static_cast<std::int64_t>(original.index) + 1);
-        replaceMarker({copies[i]});
-    }
+    putAboveOriginals(ids, copies);
     return {};
+}
+
+void TreeModel::putAboveOriginals(const std::vector<LayerID>& ids, const Nodes& copies) {
+    const auto isCopied = [&](const Node& node) {
+        return std::ranges::find(ids, node.layer->id()) != ids.end();
+    };
+    std::set<LayerID> done;
+    for (const LayerID id : ids) {
+        if (done.contains(id)) continue;
+        const Found found = find(id);
+        const std::vector<Nodes> stacks = stacksOf(*found.siblings);
+        std::size_t above = 0; // the top of the stack
+        for (const Nodes& stack : stacks) {
+            above += stack.size();
+            if (above <= found.index) continue;
+            const bool isBase = stack.front().is(id);
+            putMarker(*found.siblings, static_cast<std::int64_t>(isBase ? above : found.index + 1));
+            Nodes together;
+            for (const Node& node : stack) {
+                if (!isCopied(node) || (!isBase && !node.is(id))) continue;
+                const auto place = std::ranges::find(ids, node.layer->id()) - ids.begin();
+                together.push_back(copies[static_cast<std::size_t>(place)]);
+                done.insert(node.layer->id());
+            }
+            replaceMarker(std::move(together));
+            break;
+        }
+    }
+}
+
+std::vector<TreeModel::Nodes> TreeModel::stacksOf(const Nodes& siblings) {
+    std::vector<Nodes> stacks;
+    for (const Node& node : siblings) {
+        const bool clips = !node.isGroup() && node.layer->properties().clipsToBelow;
+        if (stacks.empty() || !clips) stacks.emplace_back();
+        stacks.back().push_back(node);
+    }
+    return stacks;
 }
 
 TreeModel::Fault TreeModel::apply(const ArrangeLayersCommand& command) {
@@ -280,26 +314,53 @@ TreeModel::Fault TreeModel::apply(const ArrangeLayersCommand& command) {
     const bool goesFar = command.arrangement == Arrangement::bringToFront ||
                          command.arrangement == Arrangement::sendToBack;
     std::set<std::optional<LayerID>> arranged;
-    for (const LayerID id : ids) {
-        const Found found = find(id);
-        if (!arranged.insert(found.parent()).second) continue;
-        Nodes* const list = found.siblings;
-        if (goesDown) std::ranges::reverse(*list);
-        // A run of chosen layers lets what is above it pass: one layer, or all there are.
-        Nodes result;
-        Nodes run;
-        for (Node& node : *list) {
-            const LayerProperties& properties = node.layer->properties();
-            const bool isChosen = std::ranges::find(ids, node.layer->id()) != ids.end() &&
-                                  !properties.locks.contains(LayerLocks::position);
-            (isChosen ? run : result).push_back(std::move(node));
+    // Lists of layers move, each as its lowest is chosen. A run of chosen ones lets what is above
+    // it pass: one, or all there are.
+    const auto arrange = [&](std::vector<Nodes> list) {
+        if (goesDown) std::ranges::reverse(list);
+        std::vector<Nodes> result;
+        std::vector<Nodes> run;
+        for (Nodes& each : list) {
+            const LayerNode& lowest = *each.front().layer;
+            const bool isChosen = std::ranges::find(ids, lowest.id()) != ids.end() &&
+                                  !lowest.properties().locks.contains(LayerLocks::position);
+            (isChosen ? run : result).push_back(std::move(each));
             if (isChosen || goesFar) continue;
             std::ranges::move(run, std::back_inserter(result));
             run.clear();
         }
         std::ranges::move(run, std::back_inserter(result));
         if (goesDown) std::ranges::reverse(result);
-        *list = std::move(result);
+        return result;
+    };
+    const auto joined = [](const std::vector<Nodes>& list) {
+        Nodes nodes;
+        for (const Nodes& each : list)
+            nodes.insert(nodes.end(), each.begin(), each.end());
+        return nodes;
+    };
+    const auto singles = [](const Nodes& nodes, std::size_t from) {
+        std::vector<Nodes> list;
+        for (std::size_t i = from; i < nodes.size(); ++i)
+            list.push_back({nodes[i]});
+        return list;
+    };
+    for (const LayerID id : ids) {
+        const Found found = find(id);
+        if (!arranged.insert(found.parent()).second) continue;
+        Nodes& list = *found.siblings;
+        if (!command.keepsStacks) {
+            list = joined(arrange(singles(list, 0)));
+            continue;
+        }
+        std::vector<Nodes> stacks = stacksOf(list);
+        for (Nodes& stack : stacks) {
+            const Node& base = stack.front();
+            const bool moves = std::ranges::find(ids, base.layer->id()) != ids.end() &&
+                               !base.layer->properties().locks.contains(LayerLocks::position);
+            if (!moves) stack = joined({{base}, joined(arrange(singles(stack, 1)))});
+        }
+        list = joined(arrange(std::move(stacks)));
     }
     return {};
 }

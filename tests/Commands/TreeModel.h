@@ -75,6 +75,9 @@ private:
     void putMarker(Nodes& siblings, std::int64_t index);
     void replaceMarker(Nodes nodes);
     void addAboveActive(LayerNode layer, std::optional<LayerID> above);
+    /// Each layer with what clips to it above it, bottom to top.
+    static std::vector<Nodes> stacksOf(const Nodes& siblings);
+    void putAboveOriginals(const std::vector<LayerID>& ids, const Nodes& copies);
     void moveTo(Nodes& siblings, std::int64_t gap, const std::vector<LayerID>& ids,
                 const std::function<void(LayerProperties&)>& change);
     Fault setProperties(LayerID id, const std::function<void(LayerProperties&)>& change);

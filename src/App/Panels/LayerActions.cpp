@@ -3,6 +3,7 @@
 #include "App/Panels/LayerPropertyEdit.h"
 #include "App/Panels/LayerSelection.h"
 #include "Commands/AddLayerCommands.h"
+#include "Commands/ClipStacks.h"
 #include "Commands/DeleteLayersCommand.h"
 #include "Commands/DuplicateLayersCommand.h"
 #include "Commands/GroupCommands.h"
@@ -78,13 +79,17 @@ std::vector<LayerID> LayerActions::targets(const DocumentSession& session) {
 }
 
 void LayerActions::addLayer(DocumentSession& session) {
-    session.perform(AddLayerCommand{.layer = PixelLayer::named(nextName(*session._state, "Layer")),
-                                    .above = {}});
+    const DocumentState& state = *session._state;
+    AddLayerCommand command{.layer = PixelLayer::named(nextName(state, "Layer")), .above = {}};
+    // Within a clip stack it joins, or else it would be what the upper layers clip to.
+    command.layer.properties.clipsToBelow = ClipStacks::isAmongClipped(state);
+    if (!command.layer.properties.clipsToBelow) command.above = ClipStacks::placeAbove(state);
+    session.perform(command);
 }
 
 void LayerActions::addGroup(DocumentSession& session) {
     session.perform(NewGroupCommand{.group = GroupLayer::named(nextName(*session._state, "Group")),
-                                    .above = {}});
+                                    .above = ClipStacks::placeAbove(*session._state)});
 }
 
 void LayerActions::duplicate(DocumentSession& session) {
@@ -122,11 +127,7 @@ void LayerActions::toggleVisibility(DocumentSession& session) {
 void LayerActions::toggleClipping(DocumentSession& session) {
     const LayerSelection layers(session);
     const bool clips = !layers.areClipped();
-    SetClippingCommand command{.layerIDs = {}, .clipped = clips};
-    layers.any([&](const LayerNode& node) {
-        if (!clips || node.pixelLayer() != nullptr) command.layerIDs.push_back(node.id());
-        return false; // groups never clip
-    });
+    SetClippingCommand command{.layerIDs = layers.clippableIds(), .clipped = clips};
     if (!command.layerIDs.empty()) session.perform(command);
 }
 
@@ -146,7 +147,13 @@ void LayerActions::toggleLocks(DocumentSession& session, LayerLocks locks) {
 
 void LayerActions::changeProperties(DocumentSession& session, const char* name,
                                     const std::function<void(LayerProperties&)>& change) {
-    const std::vector<LayerID> ids = targets(session);
+    std::vector<LayerID> ids = targets(session);
+    std::erase_if(ids, [&](LayerID id) {
+        const LayerProperties& before = session._state->find(id)->properties();
+        LayerProperties after = before;
+        change(after);
+        return after == before;
+    });
     if (!ids.empty()) session.perform(propertiesCommand(*session._state, ids, change, name, false));
 }
 
@@ -154,7 +161,7 @@ void LayerActions::arrange(DocumentSession& session,
                            ArrangeLayersCommand::Arrangement arrangement) {
     const LayerSelection layers(session);
     if (layers.canArrange(arrangement))
-        session.perform(ArrangeLayersCommand{layers.ids(), arrangement});
+        session.perform(ArrangeLayersCommand{layers.ids(), arrangement, true});
 }
 
 void LayerActions::rasterize(DocumentSession& session) {

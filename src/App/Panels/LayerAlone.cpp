@@ -1,5 +1,6 @@
 #include "App/Panels/LayerAlone.h"
 
+#include "Commands/ClipStacks.h"
 #include "Commands/LayerPropertyCommands.h"
 #include "Editor/DocumentSession.h"
 
@@ -22,10 +23,6 @@ Visibility visibilityOf(const DocumentState& state) {
     return all;
 }
 
-bool isClipped(const LayerNode& node) {
-    return node.pixelLayer() != nullptr && node.properties().clipsToBelow;
-}
-
 /// False where the layer is not inside.
 bool isolate(const GroupLayer& group, LayerID id, Visibility& wanted) {
     for (std::size_t i = 0; i < group.children.size(); ++i) {
@@ -36,10 +33,7 @@ bool isolate(const GroupLayer& group, LayerID id, Visibility& wanted) {
         for (const LayerNode& sibling : group.children)
             wanted[sibling.id()] = false;
         wanted[node.id()] = true;
-        std::size_t base = i;
-        while (base > 0 && isClipped(group.children[base]))
-            --base;
-        wanted[group.children[base].id()] = true;
+        wanted[group.children[ClipStacks::baseOf(group.children, i)].id()] = true;
         return true;
     }
     return false;

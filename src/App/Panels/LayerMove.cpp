@@ -1,6 +1,7 @@
 #include "App/Panels/LayerMove.h"
 
 #include "Commands/ArrangeCommands.h"
+#include "Commands/ClipStacks.h"
 #include "Commands/LayerTree.h"
 
 #include <algorithm>
@@ -12,17 +13,26 @@ namespace ombrel {
 namespace {
 
 using Children = std::vector<LayerNode>;
-
-bool isClipped(const LayerNode& node) {
-    return node.pixelLayer() != nullptr && node.properties().clipsToBelow;
-}
+using ClipStacks::clips;
 
 /// The layer that the child at `place` clips to; null where it clips to none.
 const LayerNode* baseOf(const Children& children, std::size_t place) {
-    if (!isClipped(children[place])) return nullptr;
-    while (place > 0 && isClipped(children[place]))
-        --place;
-    return isClipped(children[place]) ? nullptr : &children[place];
+    const std::size_t base = ClipStacks::baseOf(children, place);
+    return base == place || clips(children[base]) ? nullptr : &children[base];
+}
+
+/// The layers, and what clips to them.
+std::vector<LayerID> withClipped(const DocumentState& state, std::span<const LayerID> ids) {
+    std::vector<LayerID> all;
+    for (const LayerID id : ids) {
+        all.push_back(id);
+        const DocumentState::Location place = *state.location(id);
+        const Children siblings = state.children(place.parent);
+        if (ClipStacks::baseOf(siblings, place.index) != place.index) continue;
+        for (std::size_t i = place.index + 1; i < ClipStacks::endOf(siblings, place.index); ++i)
+            all.push_back(siblings[i].id());
+    }
+    return all;
 }
 
 /// The neighbours of a gap, those that move left out.
@@ -35,7 +45,7 @@ struct Gap {
         for (std::size_t i = gap; i > 0 && below == nullptr; --i) {
             if (moving.contains(children[i - 1].id())) continue;
             below = &children[i - 1];
-            base = isClipped(*below) ? baseOf(children, i - 1) : below;
+            base = clips(*below) ? baseOf(children, i - 1) : below;
         }
         for (std::size_t i = gap; i < children.size() && above == nullptr; ++i) {
             if (!moving.contains(children[i].id())) above = &children[i];
@@ -50,10 +60,17 @@ bool isAnyReleased(const DocumentState& state, std::span<const LayerID> ids, con
         const DocumentState::Location place = *state.location(id);
         const Children siblings = state.children(place.parent);
         const LayerNode* base = baseOf(siblings, place.index);
-        if (base == nullptr) return isClipped(siblings[place.index]);
+        if (base == nullptr) return clips(siblings[place.index]);
         if (moving.contains(base->id())) return false; // they go together
         return gap.base == nullptr || gap.base->id() != base->id();
     });
+}
+
+/// The first gap above `gap` that no layer which stays is clipped at.
+std::int64_t endOfRun(const Children& children, std::size_t gap, const std::set<LayerID>& moving) {
+    while (gap < children.size() && (moving.contains(children[gap].id()) || clips(children[gap])))
+        ++gap;
+    return static_cast<std::int64_t>(gap);
 }
 
 bool areThereAlready(const Children& children, std::size_t gap, std::span<const LayerID> ids) {
@@ -70,22 +87,23 @@ bool areThereAlready(const Children& children, std::size_t gap, std::span<const 
 
 std::optional<Command> moveCommand(const DocumentState& state, std::span<const LayerID> ids,
                                    std::optional<LayerID> parent, std::int64_t gap) {
-    const auto moved = LayerTree::reduced(state, ids);
-    if (!moved) return std::nullopt;
-    const Children children = parent ? state.children(parent) : state.root->children;
+    const auto chosen = LayerTree::reduced(state, ids);
+    if (!chosen) return std::nullopt;
+    const auto moved = LayerTree::reduced(state, withClipped(state, *chosen));
+    const Children children = state.children(parent);
     const auto place = static_cast<std::size_t>(
         std::clamp<std::int64_t>(gap, 0, static_cast<std::int64_t>(children.size())));
     const std::set<LayerID> moving(moved->begin(), moved->end());
     const Gap at(children, place, moving);
-    const bool areLayers = std::ranges::all_of(
-        *moved, [&](LayerID id) { return state.find(id)->pixelLayer() != nullptr; });
-    const bool isWithinRun =
-        at.above != nullptr && isClipped(*at.above) && at.below != nullptr && areLayers;
+    const auto areAll = [&](const auto& holds) {
+        return std::ranges::all_of(*moved, [&](LayerID id) { return holds(*state.find(id)); });
+    };
+    const bool isWithinRun = at.above != nullptr && clips(*at.above) && at.below != nullptr;
     const bool stays = areThereAlready(children, place, *moved);
+    if (isWithinRun && !areAll([](const LayerNode& node) { return node.pixelLayer() != nullptr; }))
+        return moveCommand(state, *moved, parent, endOfRun(children, place, moving));
     if (isWithinRun) {
-        const bool areClipped =
-            std::ranges::all_of(*moved, [&](LayerID id) { return isClipped(*state.find(id)); });
-        if (stays && areClipped) return std::nullopt;
+        if (stays && areAll(clips)) return std::nullopt;
         return ClipLayersCommand{.layerIDs = *moved, .baseID = at.below->id()};
     }
     if (stays) return std::nullopt;
@@ -93,6 +111,19 @@ std::optional<Command> moveCommand(const DocumentState& state, std::span<const L
                              .parent = parent,
                              .gap = gap,
                              .releasesClipping = isAnyReleased(state, *moved, at, moving)};
+}
+
+// Copies stay what their originals are: clipped ones may join a stack, others go above it.
+std::int64_t copyGap(const DocumentState& state, std::span<const LayerID> ids,
+                     std::optional<LayerID> parent, std::int64_t gap) {
+    const auto copied = LayerTree::reduced(state, ids);
+    const Children children = state.children(parent);
+    if (!copied || gap <= 0 || gap >= std::ssize(children)) return gap;
+    const auto place = static_cast<std::size_t>(gap);
+    const bool mayJoin =
+        std::ranges::all_of(*copied, [&](LayerID id) { return clips(*state.find(id)); });
+    if (!clips(children[place]) || mayJoin) return gap;
+    return static_cast<std::int64_t>(ClipStacks::endOf(children, place));
 }
 
 } // namespace ombrel

@@ -1,9 +1,9 @@
 #include "App/Panels/LayerSelection.h"
 
+#include "Commands/ClipStacks.h"
 #include "Editor/DocumentSession.h"
 
 #include <algorithm>
-#include <map>
 
 namespace ombrel {
 
@@ -17,19 +17,17 @@ bool isLive(const LayerNode& node) {
 } // namespace
 
 LayerSelection::LayerSelection(const DocumentSession& session)
-    : root_(*session._state->root), active_(session._state->activeLayer()) {
-    const DocumentState& state = *session._state;
-    walk(root_, *session._selectedLayerIDs, false);
-    if (places_.empty() && active_ != nullptr) walk(root_, {*state.activeLayerID}, false);
+    : state_(*session._state), root_(*state_.root), active_(state_.activeLayer()) {
+    walk(root_, *session._selectedLayerIDs);
+    if (places_.empty() && active_ != nullptr) walk(root_, {*state_.activeLayerID});
 }
 
 // One walk for all: looking for each of many layers would walk the tree for each.
-void LayerSelection::walk(const GroupLayer& group, const std::set<LayerID>& chosen, bool isInside) {
+void LayerSelection::walk(const GroupLayer& group, const std::set<LayerID>& chosen) {
     for (std::size_t i = 0; i < group.children.size() && places_.size() < chosen.size(); ++i) {
         const LayerNode& node = group.children[i];
-        const bool isChosen = chosen.contains(node.id());
-        if (const GroupLayer* inner = node.group()) walk(*inner, chosen, isInside || isChosen);
-        if (isChosen) places_.push_back({&node, &group, i, !isInside});
+        if (const GroupLayer* inner = node.group()) walk(*inner, chosen);
+        if (chosen.contains(node.id())) places_.push_back({&node, &group, i});
     }
 }
 
@@ -63,8 +61,8 @@ bool LayerSelection::haveLocks(LayerLocks locks) const {
 }
 
 bool LayerSelection::areClipped() const {
-    return canClip() && all([](const LayerNode& node) {
-               return node.properties().clipsToBelow || node.group() != nullptr;
+    return canClip() && std::ranges::all_of(places_, [](const Place& place) {
+               return !isClippable(place) || ClipStacks::clips(*place.node);
            });
 }
 
@@ -87,31 +85,28 @@ bool LayerSelection::canUngroup() const {
 }
 
 bool LayerSelection::canClip() const {
-    return any([](const LayerNode& node) { return node.pixelLayer() != nullptr; });
+    return std::ranges::any_of(places_, isClippable);
 }
 
-// Among some siblings the chosen ones are not the topmost (or lowest) already.
+std::vector<LayerID> LayerSelection::clippableIds() const {
+    std::vector<LayerID> ids;
+    for (const Place& place : places_)
+        if (isClippable(place)) ids.push_back(place.node->id());
+    return ids;
+}
+
+// One that has nothing below it can still be released.
+bool LayerSelection::isClippable(const Place& place) {
+    if (place.node->pixelLayer() == nullptr) return false;
+    return place.index > 0 || ClipStacks::clips(*place.node);
+}
+
+// It is tried: what is not moved stays shared, so that a look at the lists of layers tells.
 bool LayerSelection::canArrange(ArrangeLayersCommand::Arrangement arrangement) const {
-    using enum ArrangeLayersCommand::Arrangement;
-    struct Siblings {
-        std::size_t count = 0;
-        std::size_t lowest = 0;
-        std::size_t highest = 0;
-    };
-    std::map<const GroupLayer*, Siblings> moving;
-    for (const Place& place : places_) {
-        if (!place.isOutermost || place.node->properties().locks.contains(LayerLocks::position))
-            continue;
-        Siblings& siblings = moving[place.parent];
-        if (siblings.count++ == 0) siblings.lowest = place.index;
-        siblings.highest = place.index;
-    }
-    const bool goesUp = arrangement == bringForward || arrangement == bringToFront;
-    return std::ranges::any_of(moving, [&](const auto& entry) {
-        const auto& [parent, siblings] = entry;
-        return goesUp ? siblings.lowest + siblings.count < parent->children.size()
-                      : siblings.highest + 1 > siblings.count;
-    });
+    if (isEmpty()) return false;
+    DocumentState after = state_;
+    return ArrangeLayersCommand{ids(), arrangement, true}.arrange(after) &&
+           after.root != state_.root;
 }
 
 LayerSelection::Merge LayerSelection::merge() const {

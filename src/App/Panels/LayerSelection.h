@@ -32,13 +32,14 @@ public:
     bool any(const std::function<bool(const LayerNode&)>& holds) const;
     bool areVisible() const;
     bool haveLocks(LayerLocks locks) const;
-    bool areClipped() const; ///< groups, which never clip, don't count
+    bool areClipped() const; ///< those that can be
     bool areGroups() const;
     bool holdsLive() const; ///< within groups too
 
     bool canRemove() const; ///< something would be left
     bool canUngroup() const;
-    bool canClip() const;
+    bool canClip() const; ///< some are pixel layers with something below, or clipped
+    std::vector<LayerID> clippableIds() const;
     bool canArrange(ArrangeLayersCommand::Arrangement arrangement) const;
     Merge merge() const;
 
@@ -47,11 +48,12 @@ private:
         const LayerNode* node;
         const GroupLayer* parent;
         std::size_t index;
-        bool isOutermost; ///< no group around it is chosen too
     };
 
-    void walk(const GroupLayer& group, const std::set<LayerID>& chosen, bool isInside);
+    void walk(const GroupLayer& group, const std::set<LayerID>& chosen);
+    static bool isClippable(const Place& place);
 
+    const DocumentState& state_;
     const GroupLayer& root_;
     const LayerNode* active_;
     std::vector<Place> places_;

@@ -191,7 +191,8 @@ bool LayerTreeModel::dropMimeData(const QMimeData* data, Qt::DropAction action, 
     const std::int64_t gap = count - fromTop;
     const std::optional<LayerID> into = isRoot ? std::nullopt : std::optional(target.id);
     if (action == Qt::CopyAction) {
-        perform(DuplicateLayersCommand::of(state_, std::move(ids), into, gap));
+        const std::int64_t place = copyGap(state_, ids, into, gap);
+        perform(DuplicateLayersCommand::of(state_, std::move(ids), into, place));
     } else if (const std::optional<Command> move = moveCommand(state_, ids, into, gap)) {
         perform(*move);
     }

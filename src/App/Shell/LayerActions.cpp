@@ -113,7 +113,12 @@ constexpr WindowAction layer[] = {
      [](In in) { showMoveLayers(in.window, in.session); }},
     {"&Layer", nullptr, nullptr},
     {"&Layer", "clipLayers", "Create &Clipping Mask", "Ctrl+Alt+G",
-     [](In in) { return whenChosen<&LayerSelection::canClip>(in, "Groups cannot be clipped."); },
+     [](In in) {
+         const bool hasLayer =
+             selected(in).any([](const LayerNode& node) { return node.pixelLayer() != nullptr; });
+         return whenChosen<&LayerSelection::canClip>(
+             in, hasLayer ? "There is nothing below to clip to." : "Groups cannot be clipped.");
+     },
      act<LayerActions::toggleClipping>,
      [](In in) -> std::string {
          return selected(in).areClipped() ? "Release &Clipping Mask" : "Create &Clipping Mask";

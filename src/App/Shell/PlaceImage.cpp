@@ -4,6 +4,7 @@
 #include "App/Shell/Dialogs.h"
 #include "App/Shell/DocumentController.h"
 #include "App/Shell/DocumentWindow.h"
+#include "Commands/ClipStacks.h"
 #include "Editor/LayerClip.h"
 
 #include <QPointer>
@@ -57,7 +58,10 @@ void placeImage(ImageDocument& document, DocumentController& controller,
             activity.reset();
             const auto into = weak.lock();
             if (!into || into->window() == nullptr) return;
-            if (picture) return into->session()->perform(*picture);
+            if (picture) {
+                picture->above = ClipStacks::placeAbove(*into->session()->_state);
+                return into->session()->perform(*picture);
+            }
             if (picture.error().empty()) return; // cancelled
             services.dialogs.tellFailure(
                 into->window(), fmt::format("“{}” could not be placed.", path.filename().string()),

@@ -3,6 +3,8 @@
 #include "App/Shell/ShellFixture.h"
 
 #include "App/Canvas/CanvasView.h"
+#include "App/Shell/PlaceImage.h"
+#include "Commands/LayerPropertyCommands.h"
 #include "Core/ViewMapping.h"
 
 #include <QApplication>
@@ -109,6 +111,22 @@ TEST_F(ClipboardTest, layersGoFromOneDocumentToAnotherAndBackByUndo) {
     EXPECT_EQ(layerCount(1), 1u);
     trigger("pasteInPlace", 1);
     EXPECT_TRUE(waitForLayers(2, 1));
+}
+
+TEST_F(ClipboardTest, aPlacedPictureGoesAboveTheClipStack) {
+    makeDocument();
+    DocumentSession& session = *document().session();
+    const LayerID base = session._state->root->children.front().id();
+    const LayerID clipped = session._state->root->children.back().id();
+    session.perform(SetClippingCommand{{clipped}, true});
+    session.setActiveLayer(base);
+    placeImage(document(), *controller, saved(strangePicture(20, 10), "placed.png"));
+    ASSERT_TRUE(waitForLayers(3));
+    EXPECT_EQ(session.undoName(), "Place Image");
+    EXPECT_EQ(state().root->children[1].id(), clipped);
+    EXPECT_EQ(state().root->children[2].id(), state().activeLayerID);
+    trigger("undo");
+    EXPECT_EQ(layerCount(), 2u);
 }
 
 TEST_F(ClipboardTest, withoutAPictureThereIsAWordAndNoEdit) {

@@ -120,7 +120,15 @@ TEST_F(ShellTest, whatIsGreySaysWhy) {
     EXPECT_EQ(why("revert"), "The document comes from no file yet.");
     EXPECT_EQ(why("passThrough"), "Only groups can pass through.");
     EXPECT_EQ(why("newLayer"), "");
+    EXPECT_EQ(why("clipLayers"), "");
+    const DocumentState& state = *document().session()->_state;
+    document().session()->setActiveLayer(state.root->children.front().id());
+    QTest::qWait(1);
+    EXPECT_EQ(why("clipLayers"), "There is nothing below to clip to.");
+    document().session()->setActiveLayer(state.root->children.back().id());
     trigger("newGroup");
+    QTest::qWait(1);
+    EXPECT_EQ(why("clipLayers"), "Groups cannot be clipped.");
     QTest::qWait(1);
     EXPECT_EQ(why("passThrough"), "");
     trigger("selectAllLayers"); // a layer among them
