@@ -41,6 +41,7 @@ too. Some habits that all commands share:
   are made up, the same ones in each run.
 - **Properties** that are left out stay as they are.
 - **Order** is from bottom to top: child 0 of a group lies lowest.
+- **What changes nothing**, as trimming a picture that reaches every edge, may leave no undo step.
 - Fields marked *optional* may be left out. Fields that a command does not have are errors, as are
   misspelt names: no step does less than it says.
 - Numbers that JSON has none for are `"inf"`, `"-inf"` and `"nan"`.

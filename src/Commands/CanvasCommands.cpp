@@ -44,6 +44,9 @@ CommandResult CropCommand::apply(DocumentState& state, const CommandContext& in)
         state, in, [&](DocumentGrid& grid, WorkMeter&) -> std::expected<void, EngineError> {
             const PixelRect kept =
                 PixelRect::ofSize(state.canvas.size).offsetBy({-grid.offset.dx, -grid.offset.dy});
+            // What holds nothing outside keeps its tiles.
+            const auto bounds = contentBounds(grid.tiles);
+            if (!grid.isMask && bounds && kept.contains(*bounds)) return {};
             // Pixels that a mask loses would hide or reveal: it keeps its outermost tiles whole.
             grid.tiles =
                 grid.isMask ? grid.tiles.subgrid(kept) : grid.tiles.cropped(kept, in.store);

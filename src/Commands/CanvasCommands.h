@@ -45,6 +45,8 @@ struct CanvasSizeCommand {
     PixelSize size;
     CanvasAnchor anchor = CanvasAnchor::center;
 
+    static constexpr const char* nothingDone = "The canvas has this size already.";
+
     std::string name() const { return "Canvas Size"; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
     bool operator==(const CanvasSizeCommand&) const = default;
@@ -62,6 +64,8 @@ struct CanvasSizeCommand {
 struct CropCommand {
     PixelRect rect; ///< of the canvas; may reach beyond it
     bool deletesCroppedPixels = false;
+
+    static constexpr const char* nothingDone = "The canvas is this rectangle already.";
 
     std::string name() const { return "Crop"; }
     bool runsOnQueue() const { return deletesCroppedPixels; }
@@ -81,6 +85,9 @@ struct CropCommand {
 
 /// Crops to what of the picture is not transparent, without deleting pixels.
 struct TrimCommand {
+    static constexpr const char* nothingDone =
+        "There is nothing to trim: the picture reaches every edge.";
+
     std::string name() const { return "Trim"; }
     bool runsOnQueue() const { return true; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
@@ -94,6 +101,8 @@ struct TrimCommand {
 
 /// Grows the canvas until no layer has pixels outside.
 struct RevealAllCommand {
+    static constexpr const char* nothingDone = "No layer has pixels beyond the canvas.";
+
     std::string name() const { return "Reveal All"; }
     bool runsOnQueue() const { return true; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;

@@ -23,6 +23,8 @@ struct EnumNames<BitDepth> {
 struct AssignProfileCommand {
     ColorProfile profile;
 
+    static constexpr const char* nothingDone = "The image has this profile already.";
+
     std::string name() const { return "Assign Profile"; }
     bool runsOnQueue() const { return true; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
@@ -40,6 +42,8 @@ struct AssignProfileCommand {
 /// Changes the numbers so that what is seen stays, as far as the new profile holds it.
 struct ConvertProfileCommand {
     ColorProfile profile;
+
+    static constexpr const char* nothingDone = "The image has this profile already.";
 
     std::string name() const { return "Convert to Profile"; }
     bool runsOnQueue() const { return true; }
@@ -59,6 +63,8 @@ struct ConvertProfileCommand {
 struct SetBitDepthCommand {
     BitDepth bitDepth = BitDepth::eight;
 
+    static constexpr const char* nothingDone = "The image has this depth already.";
+
     std::string name() const { return "Bit Depth"; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
     bool operator==(const SetBitDepthCommand&) const = default;
@@ -72,6 +78,8 @@ struct SetBitDepthCommand {
 
 struct SetBlendingSpaceCommand {
     bool blendUsingGamma1 = false;
+
+    static constexpr const char* nothingDone = "The image is blended this way already.";
 
     std::string name() const { return "Blending Space"; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;

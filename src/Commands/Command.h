@@ -3,8 +3,9 @@
 // makes are fixed when it is built: applied twice it gives the same result.
 //
 // A command is a plain struct with `name()` (or a field `name`, where whoever builds it chooses the
-// words) and `apply()`, and where the defaults do not serve `coalescingKey()` and `runsOnQueue()`.
-// It lists its fields in `schema()`, see Coding/Fields.h. `Command` holds any of them.
+// words) and `apply()`, and where the defaults do not serve `coalescingKey()`, `runsOnQueue()` and
+// a constant `nothingDone`. It lists its fields in `schema()`, see Coding/Fields.h. `Command` holds
+// any of them.
 #pragma once
 
 #include "Commands/CommandError.h"
@@ -63,6 +64,9 @@ public:
     std::optional<std::string> coalescingKey() const { return model_->coalescingKey(); }
     /// Whether it is too slow for the main thread.
     bool runsOnQueue() const { return model_->runsOnQueue(); }
+    /// What to tell the user where applying it has changed nothing, instead of recording it; null
+    /// where it is recorded whatever it does.
+    const char* nothingDone() const { return model_->nothingDone(); }
     /// Edits in place. On failure the state may be half changed: the caller throws its copy away.
     CommandResult apply(DocumentState& state, const CommandContext& in) const {
         return model_->apply(state, in);
@@ -84,6 +88,7 @@ private:
         virtual std::string name() const = 0;
         virtual std::optional<std::string> coalescingKey() const = 0;
         virtual bool runsOnQueue() const = 0;
+        virtual const char* nothingDone() const = 0;
         virtual CommandResult apply(DocumentState& state, const CommandContext& in) const = 0;
         virtual const std::type_info& type() const = 0;
         virtual bool equals(const AnyModel& other) const = 0;
@@ -106,6 +111,10 @@ private:
         bool runsOnQueue() const override {
             if constexpr (requires { value.runsOnQueue(); }) return value.runsOnQueue();
             return false;
+        }
+        const char* nothingDone() const override {
+            if constexpr (requires { T::nothingDone; }) return T::nothingDone;
+            return nullptr;
         }
         CommandResult apply(DocumentState& state, const CommandContext& in) const override {
             return value.apply(state, in);

@@ -25,6 +25,8 @@ struct ImageSizeCommand {
     std::optional<double> resolution; ///< pixels per inch; absent: stays
     ResampleFilter filter = ResampleFilter::lanczos;
 
+    static constexpr const char* nothingDone = "The image has this size already.";
+
     std::string name() const { return "Image Size"; }
     bool runsOnQueue() const { return size.has_value(); }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;

@@ -1,12 +1,14 @@
 #include "Commands/MergeCommands.h"
 
 #include "Commands/LayerTree.h"
+#include "Core/TilePixels.h"
 #include "Core/TileStore.h"
 #include "Engine/Flattener.h"
 
 #include <algorithm>
 #include <limits>
 #include <unordered_set>
+#include <utility>
 
 namespace ombrel {
 
@@ -144,6 +146,30 @@ CommandResult mergeGroup(DocumentState& state, const GroupLayer& group, const Co
     return {};
 }
 
+/// Also where they lie in other tiles.
+bool holdSamePixels(const TileGrid& one, const TileGrid& other) {
+    std::vector<std::byte> first(bytesPerTile(one.format()));
+    std::vector<std::byte> second(first.size());
+    bool areSame = true;
+    TileGrid::diff(one, other, [&](TileCoord, const TileCell& before, const TileCell& after) {
+        TilePixels::write(one.format(), before, first.data());
+        TilePixels::write(one.format(), after, second.data());
+        areSame = first == second;
+        return areSame;
+    });
+    return areSame;
+}
+
+/// Whether a layer like this one, but for its identifier, is all that the document holds.
+bool isAlone(const DocumentState& state, PixelLayer like) {
+    const std::vector<LayerNode>& children = state.root->children;
+    const PixelLayer* only = children.size() == 1 ? children.front().pixelLayer() : nullptr;
+    if (only == nullptr) return false;
+    like.id = only->id;
+    const TileGrid pixels = std::exchange(like.pixels, only->pixels);
+    return like == *only && holdSamePixels(pixels, only->pixels);
+}
+
 /// Takes out the layers of a program, and groups that they leave empty. `place` gets the index that
 /// the lowest node to go had at the root.
 void removeShown(std::vector<LayerNode>& nodes, const std::unordered_set<Uuid>& shown,
@@ -260,6 +286,7 @@ CommandResult FlattenImageCommand::apply(DocumentState& state, const CommandCont
     if (!pixels) return std::unexpected(pixels.error());
     paper.pixels = pixels->cropped(canvas, in.store);
     paper.properties.locks = LayerLocks::transparency | LayerLocks::position;
+    if (isAlone(state, paper)) return {};
     state.activeLayerID = paper.id;
     state.root.write().children.clear();
     state.root.write().children.emplace_back(std::move(paper));

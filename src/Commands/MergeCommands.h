@@ -68,6 +68,9 @@ struct MergeGroupCommand {
 /// All that is seen becomes one layer in place of the lowest, which gives its name. Hidden layers
 /// stay, in their groups.
 struct MergeVisibleCommand {
+    static constexpr const char* nothingDone =
+        "There is nothing to merge: one layer alone is visible.";
+
     std::string name() const { return "Merge Visible"; }
     bool runsOnQueue() const { return true; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
@@ -82,6 +85,8 @@ struct MergeVisibleCommand {
 /// the canvas. Hidden layers are dropped.
 struct FlattenImageCommand {
     LayerID layerID = LayerID::make(); ///< of the new layer
+
+    static constexpr const char* nothingDone = "The image is flat already.";
 
     std::string name() const { return "Flatten Image"; }
     bool runsOnQueue() const { return true; }

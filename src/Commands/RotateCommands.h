@@ -28,6 +28,8 @@ struct EnumNames<FlipAxis> {
 struct RotateCanvasCommand {
     double degrees = 90; ///< clockwise
 
+    static constexpr const char* nothingDone = "The picture looks the same either way.";
+
     std::string name() const { return "Rotate Canvas"; }
     bool runsOnQueue() const { return true; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
@@ -44,6 +46,8 @@ struct RotateCanvasCommand {
 struct FlipCanvasCommand {
     FlipAxis axis = FlipAxis::horizontal;
 
+    static constexpr const char* nothingDone = "The picture looks the same either way.";
+
     std::string name() const;
     bool runsOnQueue() const { return true; }
     CommandResult apply(DocumentState& state, const CommandContext& in) const;
@@ -59,6 +63,8 @@ struct FlipCanvasCommand {
 struct RotateLayersCommand {
     std::vector<LayerID> layerIDs;
     double degrees = 90; ///< clockwise
+
+    static constexpr const char* nothingDone = "It looks the same either way.";
 
     std::string name() const { return "Rotate"; }
     bool runsOnQueue() const { return true; }
@@ -77,6 +83,8 @@ struct RotateLayersCommand {
 struct FlipLayersCommand {
     std::vector<LayerID> layerIDs;
     FlipAxis axis = FlipAxis::horizontal;
+
+    static constexpr const char* nothingDone = "It looks the same either way.";
 
     std::string name() const;
     bool runsOnQueue() const { return true; }

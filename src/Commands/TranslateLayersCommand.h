@@ -17,6 +17,8 @@ struct TranslateLayersCommand {
     std::int64_t dy = 0;
     bool coalesces = false; ///< one of a run, such as from arrow keys: same layers
 
+    static constexpr const char* nothingDone = "The layers lie there already.";
+
     std::string name() const { return "Move"; }
     std::optional<std::string> coalescingKey() const;
     CommandResult apply(DocumentState& state, const CommandContext& in) const;

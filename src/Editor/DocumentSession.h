@@ -111,6 +111,7 @@ public:
 
     /// Applies at once, or on the queue where the command wants that or operations are queued. A
     /// command that fails changes nothing and is told to onError; a cancelled one tells nothing.
+    /// One that has words for having changed nothing tells them to onMessage, without an entry.
     void perform(const Command& command);
     /// The same, then calls `completion`: at once where nothing is queued, else in its turn.
     void perform(const Command& command, std::move_only_function<void()> completion);
@@ -180,6 +181,12 @@ public:
 
 private:
     using Operation = std::move_only_function<void(DocumentSession&)>;
+    /// What came of applying a command.
+    struct Applied {
+        CommandResult result;
+        DocumentState state;
+        bool isNothing = false; ///< the command has words for it, and has changed nothing
+    };
 
     void checkThread() const;
 
@@ -189,7 +196,9 @@ private:
     void startNextOperation();
     void endOperation();
     void runCommand(const Command& command);
-    void finishCommand(const Command& command, const CommandResult& result, DocumentState next);
+    static Applied applied(const Command& command, const DocumentState& before,
+                           const CommandContext& in);
+    void finishCommand(const Command& command, Applied applied);
     void performNow(const Command& command);
     template <typename Work, typename Answer>
     void runAway(Work work, Answer answer);

@@ -32,10 +32,18 @@ std::int64_t DocumentSession::queuedOperations() const {
     return queuedOperations_;
 }
 
+DocumentSession::Applied DocumentSession::applied(const Command& command,
+                                                  const DocumentState& before,
+                                                  const CommandContext& in) {
+    Applied applied{.result = {}, .state = before};
+    applied.result = command.apply(applied.state, in);
+    applied.isNothing =
+        applied.result && command.nothingDone() != nullptr && applied.state == before;
+    return applied;
+}
+
 void DocumentSession::performNow(const Command& command) {
-    DocumentState next = *_state;
-    const CommandResult result = command.apply(next, {.store = *store_, .device = device_});
-    finishCommand(command, result, std::move(next));
+    finishCommand(command, applied(command, *_state, {.store = *store_, .device = device_}));
 }
 
 void DocumentSession::enqueue(Operation operation) {
@@ -70,34 +78,35 @@ void DocumentSession::endOperation() {
 }
 
 void DocumentSession::runCommand(const Command& command) {
-    struct Outcome {
-        CommandResult result;
-        DocumentState state;
-    };
     const auto progress = std::make_shared<Progress>();
     runAway(
-        [command, progress, store = store_, &device = device_, state = *_state]() mutable {
-            CommandResult result = command.apply(
-                state, {.store = *store, .device = device, .progress = progress.get()});
-            return Outcome{std::move(result), std::move(state)};
+        [command, progress, store = store_, &device = device_, before = *_state] {
+            return applied(command, before,
+                           {.store = *store, .device = device, .progress = progress.get()});
         },
-        [command, progress](DocumentSession& session, Outcome outcome) {
+        [command, progress](DocumentSession& session, Applied outcome) {
             // What was cancelled is not committed, even where the command did not look.
             if (progress->isCancelled())
                 outcome.result = std::unexpected(CommandError::of(CommandError::Kind::cancelled));
             session._runningCommand = std::nullopt;
             if (command.runsOnQueue()) --session.slowOperations_;
-            session.finishCommand(command, outcome.result, std::move(outcome.state));
+            session.finishCommand(command, std::move(outcome));
             session.endOperation();
         });
     _runningCommand = RunningCommand{command.name(), progress};
 }
 
-void DocumentSession::finishCommand(const Command& command, const CommandResult& result,
-                                    DocumentState next) {
-    if (result) return commit(*_state, std::move(next), command.name(), command.coalescingKey());
-    discard(std::move(next));
-    if (onError && result.error().kind != CommandError::Kind::cancelled) onError(result.error());
+void DocumentSession::finishCommand(const Command& command, Applied applied) {
+    const CommandResult& result = applied.result;
+    if (result && !applied.isNothing) {
+        return commit(*_state, std::move(applied.state), command.name(), command.coalescingKey());
+    }
+    discard(std::move(applied.state));
+    if (result) {
+        if (onMessage) onMessage(command.nothingDone());
+    } else if (onError && result.error().kind != CommandError::Kind::cancelled) {
+        onError(result.error());
+    }
 }
 
 } // namespace ombrel

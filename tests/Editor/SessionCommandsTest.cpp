@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <set>
 
 namespace ombrel {
@@ -164,4 +165,66 @@ TEST(SessionCommands, undoRedoAndJumpShowWhatEveryCommandMade) {
 }
 
 } // namespace
+TEST(SessionCommands, whatChangesNothingIsToldAndNotRecorded) {
+    SessionFixture fixture;
+    fixture.session.reset();
+    TestDocument document({300, 200}, fixture.store);
+    document.layer("Background").locked(LayerLocks::transparency | LayerLocks::position);
+    document.filled(PremultipliedColor::white()).active();
+    const DocumentState& state = document.state();
+    const ColorProfile profile = state.canvas.profile;
+    const std::array<Command, 14> commands{
+        TrimCommand{},
+        RevealAllCommand{},
+        CanvasSizeCommand{state.canvas.size, CanvasAnchor::top},
+        CropCommand{PixelRect::ofSize(state.canvas.size), false},
+        CropCommand{PixelRect::ofSize(state.canvas.size), true},
+        ImageSizeCommand{state.canvas.size, state.canvas.resolution, ResampleFilter::bicubic},
+        RotateCanvasCommand{360},
+        AssignProfileCommand{profile},
+        ConvertProfileCommand{profile},
+        SetBitDepthCommand{state.canvas.bitDepth},
+        SetBlendingSpaceCommand{state.canvas.blendUsingGamma1},
+        MergeVisibleCommand{},
+        FlattenImageCommand{},
+        PasteLayersCommand{}};
+    for (const Command& command : commands) {
+        SCOPED_TRACE(command.name());
+        fixture.open(state);
+        DocumentSession& session = *fixture.session;
+        session.perform(mark(3));
+        session.undo();
+        fixture.log.clear();
+        bool isDone = false;
+        session.perform(command, [&] { isDone = true; });
+        fixture.executors.settle();
+        ASSERT_NE(command.nothingDone(), nullptr);
+        EXPECT_EQ(fixture.log, SessionLog{command.nothingDone()});
+        EXPECT_EQ(session._history->count(), 2) << "what was undone can still be redone";
+        EXPECT_TRUE(session.canRedo());
+        EXPECT_EQ(*session._state, state);
+        EXPECT_TRUE(isDone);
+    }
+    // Where it does change something, the same command is an entry.
+    fixture.open(state);
+    fixture.session->perform(RotateCanvasCommand{90});
+    fixture.session->perform(mark(3));
+    fixture.session->perform(mark(3));
+    fixture.executors.settle();
+    EXPECT_EQ(fixture.session->_history->count(), 4) << "others are recorded whatever they do";
+}
+
+TEST(SessionCommands, anotherLayerChosenMeanwhileIsNoEffectOfACommand) {
+    SessionFixture fixture(TestDocument({64, 64}).layer("A").layer("B").active().state());
+    DocumentSession& session = *fixture.session;
+    const LayerID other = session._state->root->children.front().id();
+    session.perform(RevealAllCommand{});
+    while (fixture.executors.worker.pending() == 0)
+        fixture.executors.main.run();
+    session.setActiveLayer(other);
+    fixture.executors.settle();
+    EXPECT_EQ(session._history->count(), 1);
+    EXPECT_EQ(session._state->activeLayerID, other);
+}
+
 } // namespace ombrel

@@ -108,6 +108,7 @@ struct SessionFixture {
         session->onNeedsDisplay = [this] { log.emplace_back("display"); };
         session->onContentChange = [this] { log.emplace_back("content"); };
         session->onError = [this](const CommandError& error) { log.push_back(error.text()); };
+        session->onMessage = [this](const std::string& text) { log.push_back(text); };
     }
 
     double markShown() const { return session->_state->canvas.resolution; }

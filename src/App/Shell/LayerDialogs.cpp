@@ -135,8 +135,7 @@ void showCrop(QWidget& window, DocumentSession& session) {
     const auto accept = [=, weak = session.weak_from_this()] {
         const auto edited = weak.lock();
         const PixelRect rect{left->value(), top->value(), width->value(), height->value()};
-        const bool isAll = edited && rect == PixelRect::ofSize(edited->_state->canvas.size);
-        if (edited && !isAll) edited->perform(CropCommand{rect, deletes->isChecked()});
+        if (edited) edited->perform(CropCommand{rect, deletes->isChecked()});
     };
     makeFormDialog(window, "cropDialog", "Crop to Rectangle", form, accept)->show();
 }
