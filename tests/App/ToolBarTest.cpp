@@ -100,6 +100,7 @@ TEST_F(BarsTest, theIconOfTheOptionsFollowsTheTheme) {
 TEST_F(BarsTest, aToolThatIsNotThereYetSaysSoBeforeItIsUsed) {
     EXPECT_EQ(options->findChild<QLabel*>("toolMissing"), nullptr);
     fixture.session->setTool(ToolKind::text);
+    fixture.settle();
     ASSERT_NE(options->findChild<QLabel*>("toolMissing"), nullptr);
     EXPECT_TRUE(options->findChild<QLabel*>("toolMissing")->isVisible());
 }

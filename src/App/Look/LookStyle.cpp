@@ -158,6 +158,8 @@ void LookStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
         return LookControls::drawRadioMark(*option, *painter);
     case PE_Frame:
         return LookControls::drawFrame(*option, *painter);
+    case PE_FrameTabBarBase:
+        return; // tabs stand on what they belong to
     case PE_FrameFocusRect:
         return; // controls show it themselves, rows by their selection
     default:
@@ -200,11 +202,13 @@ QRect LookStyle::subElementRect(SubElement element, const QStyleOption* option,
     return rect.adjusted(Spacing::hair, 0, -Spacing::hair, 0);
 }
 
-// The buttons of a dock's title.
+// The buttons of a dock's title, and of bars that are too short.
 QIcon LookStyle::standardIcon(StandardPixmap which, const QStyleOption* option,
                               const QWidget* widget) const {
     if (which == SP_TitleBarCloseButton) return icon("x");
     if (which == SP_TitleBarNormalButton) return icon("picture-in-picture-2");
+    if (which == SP_ToolBarHorizontalExtensionButton) return icon("chevron-right");
+    if (which == SP_ToolBarVerticalExtensionButton) return icon("chevron-down");
     return QProxyStyle::standardIcon(which, option, widget);
 }
 

@@ -8,9 +8,11 @@
 #include "Tools/SavedToolSettings.h"
 #include "Tools/UnavailableTool.h"
 
+#include <QAction>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <utility>
 
 namespace ombrel {
 
@@ -24,12 +26,11 @@ OptionsBar::OptionsBar(const PanelContext& context, QWidget* parent)
     name_ = new QLabel(body);
     icon_->setObjectName(QStringLiteral("toolIcon"));
     name_->setObjectName(QStringLiteral("toolName"));
-    layout_ = new QHBoxLayout(body);
-    layout_->setContentsMargins(Spacing::normal, 0, Spacing::normal, 0);
-    layout_->setSpacing(Spacing::normal);
-    layout_->addWidget(icon_);
-    layout_->addWidget(name_);
-    layout_->addStretch();
+    auto* row = new QHBoxLayout(body);
+    row->setContentsMargins(Spacing::normal, 0, Spacing::normal, 0);
+    row->setSpacing(Spacing::normal);
+    row->addWidget(icon_);
+    row->addWidget(name_);
     body->setMinimumHeight(Spacing::toolButton);
     addWidget(body);
     toolChanges_ = context_.session->_activeTool.observe([this](ToolKind kind) { showTool(kind); });
@@ -37,32 +38,34 @@ OptionsBar::OptionsBar(const PanelContext& context, QWidget* parent)
 
 OptionsBar::~OptionsBar() = default;
 
+// A widget of the old row may be what led here, so the row goes a little later.
+void OptionsBar::removeOptions() {
+    for (QAction* action : std::exchange(optionActions_, {})) {
+        removeAction(action);
+        action->deleteLater();
+    }
+    if (options_ != nullptr) options_->deleteLater();
+}
+
 void OptionsBar::showTool(ToolKind kind) {
     showIcon(kind);
     name_->setText(toQt(descriptionOf(kind).displayName));
     settingsChanges_.disconnect();
-    // A widget of the old row may be what led here, so the row goes a little later.
-    if (options_ != nullptr) {
-        options_->hide();
-        options_->deleteLater();
-    }
-    options_ = new QWidget(name_->parentWidget());
-    auto* row = new QHBoxLayout(options_);
-    row->setContentsMargins(Spacing::normal, 0, 0, 0);
-    row->setSpacing(Spacing::normal);
-    layout_->insertWidget(2, options_);
+    removeOptions();
+    options_ = new QWidget(this);
+    options_->hide();
     Tool* tool = context_.session->tool();
     if (tool == nullptr || tool->kind() != kind) return;
     if (dynamic_cast<UnavailableTool*>(tool) != nullptr) {
         auto* words = new QLabel(QStringLiteral("This tool isn’t available yet."), options_);
         words->setObjectName(QStringLiteral("toolMissing"));
         words->setEnabled(false);
-        row->addWidget(words);
+        optionActions_.push_back(addWidget(words));
     }
     ToolOptionRow options = makeToolOptions(context_, *tool, options_);
     for (QWidget* widget : options.widgets)
-        row->addWidget(widget);
-    options_->show();
+        optionActions_.push_back(addWidget(widget));
+    layout()->setSpacing(Spacing::normal);
     // Settings are changed elsewhere too, as by a menu of the canvas.
     auto* saved = dynamic_cast<SavedToolSettings*>(tool);
     if (saved != nullptr && options.refresh)
@@ -71,6 +74,7 @@ void OptionsBar::showTool(ToolKind kind) {
 
 void OptionsBar::changeEvent(QEvent* event) {
     QToolBar::changeEvent(event);
+    if (event->type() == QEvent::StyleChange) layout()->setSpacing(Spacing::normal);
     if (event->type() == QEvent::PaletteChange) showIcon(*context_.session->_activeTool);
 }
 

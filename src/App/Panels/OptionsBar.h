@@ -1,4 +1,5 @@
-// Says which tool is in use and offers its options. Main thread only.
+// Says which tool is in use and offers its options; those that find no room stand behind the arrow
+// at its end. Main thread only.
 #pragma once
 
 #include "App/Panels/PanelCatalog.h"
@@ -9,7 +10,6 @@
 #include <memory>
 #include <vector>
 
-class QHBoxLayout;
 class QLabel;
 
 namespace ombrel {
@@ -23,14 +23,15 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    void removeOptions();
     void showTool(ToolKind kind);
     void showIcon(ToolKind kind);
 
     PanelContext context_;
     QLabel* icon_;
     QLabel* name_;
-    QHBoxLayout* layout_;
-    QWidget* options_ = nullptr; ///< of the tool that is shown
+    QWidget* options_ = nullptr;          ///< owns what the options of the tool are made with
+    std::vector<QAction*> optionActions_; ///< one an option, with its widget
     Connection toolChanges_;
     Connection settingsChanges_;
 };

@@ -23,6 +23,7 @@
 #include "Engine/CpuDevice.h"
 
 #include <QMimeDatabase>
+#include <QTimer>
 #include <cstdio>
 #include <memory>
 #include <unistd.h>
@@ -149,6 +150,7 @@ void followDesktop(QApplication& application) {
             if (settings.get(SettingKeys::colorScheme) == "system") applyTheme(application);
         });
     };
+    QTimer::singleShot(0, &application, ask);
     QObject::connect(&application, &QGuiApplication::applicationStateChanged, &application,
                      [ask](Qt::ApplicationState state) {
                          if (state == Qt::ApplicationActive) ask();

@@ -17,7 +17,8 @@ namespace ombrel {
 
 namespace {
 
-constexpr int lowestScreen = 560; ///< of a window, points
+constexpr int lowestScreen = 560; ///< points
+constexpr int narrowestScreen = 640;
 
 QDockWidget& dock(DocumentWindow& window, const QString& name) {
     return *window.findChild<QDockWidget*>(name);
@@ -56,6 +57,7 @@ TEST_F(ShellTest, allPanelsFitAndAreReachedInALowWindow) {
     for (const PanelDescription& panel : panelCatalog())
         raise(dock(window, panel.identifier));
     EXPECT_LE(window.minimumSizeHint().height(), lowestScreen);
+    EXPECT_LE(window.minimumSizeHint().width(), narrowestScreen);
     window.resize(1100, lowestScreen);
     QCoreApplication::processEvents();
     EXPECT_EQ(window.height(), lowestScreen);
