@@ -21,7 +21,7 @@ QWidget* make(const PanelContext& context, QWidget* parent) {
 }
 
 constexpr std::array<PanelDescription, 8> panels{{
-    {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, 64, "view", 156},
+    {"navigator", "Navigator", Qt::RightDockWidgetArea, make<NavigatorPanel>, 64, "view", 208},
     {"info", "Info", Qt::RightDockWidgetArea, make<InfoPanel>, 64, "view"},
     {"histogram", "Histogram", Qt::RightDockWidgetArea, make<HistogramPanel>, 64, "view"},
     {"color", "Color", Qt::RightDockWidgetArea, make<ColorPanel>, 76, "color", 244, "F6"},

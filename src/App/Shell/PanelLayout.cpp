@@ -26,7 +26,7 @@ constexpr int layoutVersion = 3;
 constexpr QSize usualSize(1280, 820);
 constexpr int usualWidth = 264;     ///< of a column of panels
 constexpr int leastRest = 250;      ///< the height that is left for those without one of their own
-constexpr double lowestShare = 0.8; ///< of its height that a panel is given on a low window
+constexpr double lowestShare = 0.6; ///< of its height that a panel is given on a low window
 constexpr std::chrono::milliseconds stateSettles{250};
 constexpr const char* layoutsKey = "windowLayouts";
 constexpr const char* workspacesKey = "workspaces";
