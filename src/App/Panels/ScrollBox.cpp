@@ -64,12 +64,14 @@ bool ScrollBox::event(QEvent* event) {
 }
 
 bool ScrollBox::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Wheel && watched != widget() &&
-        verticalScrollBar()->maximum() > 0 && !static_cast<QWidget*>(watched)->hasFocus()) {
-        event->ignore();
-        return true;
-    }
-    return QScrollArea::eventFilter(watched, event);
+    if (event->type() != QEvent::Wheel || verticalScrollBar()->maximum() == 0)
+        return QScrollArea::eventFilter(watched, event);
+    // The toolkit lets us see what goes to the bar as well.
+    const auto* part = qobject_cast<const QWidget*>(watched);
+    if (part == nullptr || !changesByWheel(*part) || part->hasFocus())
+        return QScrollArea::eventFilter(watched, event);
+    event->ignore();
+    return true;
 }
 
 // What is pressed by the mouse is seen, and must not move under it.

@@ -10,6 +10,7 @@
 #include <QDockWidget>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QScrollBar>
 #include <QSpinBox>
 #include <QWheelEvent>
 
@@ -156,18 +157,20 @@ TEST(ScrollBox, theWheelScrollsAndChangesNoNumberOnItsWay) {
     EXPECT_EQ(box.minimumSizeHint().height(), 60);
     box.resize(box.minimumSizeHint());
     box.show();
-    /// Whether it goes on to what is around the number.
-    const auto turn = [&] {
-        QWheelEvent wheel({4, 4}, number->mapToGlobal(QPointF(4, 4)), {}, {0, -120}, Qt::NoButton,
+    /// Whether it goes on to what is around.
+    const auto turnOver = [](QWidget* widget) {
+        QWheelEvent wheel({4, 4}, widget->mapToGlobal(QPointF(4, 4)), {}, {0, -120}, Qt::NoButton,
                           Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(number, &wheel);
+        QApplication::sendEvent(widget, &wheel);
         return !wheel.isAccepted();
     };
-    EXPECT_TRUE(turn());
+    EXPECT_TRUE(turnOver(number));
     EXPECT_EQ(number->value(), 5);
+    EXPECT_FALSE(turnOver(box.viewport()));
+    EXPECT_GT(box.verticalScrollBar()->value(), 0);
     EXPECT_EQ(number->focusPolicy(), Qt::StrongFocus) << "the wheel would bring the keyboard here";
     box.resize(200, 400);
-    EXPECT_FALSE(turn());
+    EXPECT_FALSE(turnOver(number));
     EXPECT_EQ(number->value(), 4) << "nothing is to be scrolled";
 }
 
