@@ -3,9 +3,11 @@
 #include "App/Look/QtText.h"
 #include "App/Look/Theme.h"
 
+#include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QKeySequenceEdit>
 #include <QLabel>
 #include <QLineEdit>
@@ -37,6 +39,7 @@ ShortcutForm::ShortcutForm(Settings& settings, QWidget* parent)
     search_->setAccessibleName("Search");
     search_->setPlaceholderText("Search by words or keys");
     search_->setClearButtonEnabled(true);
+    search_->installEventFilter(this);
     makeList();
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(Spacing::wide, Spacing::wide, Spacing::wide, Spacing::wide);
@@ -113,9 +116,11 @@ QWidget* ShortcutForm::makeEditor() {
     connect(keys_, &QKeySequenceEdit::keySequenceChanged, this, [this] { pressed(); });
     connect(assign_, &QPushButton::clicked, this, [this] { assign(); });
     connect(remove_, &QPushButton::clicked, this, [this] {
+        list_->setFocus();
         if (const auto* entry = current()) table_.set(entry->identifier, {});
     });
     connect(reset_, &QPushButton::clicked, this, [this] {
+        list_->setFocus();
         if (const auto* entry = current()) table_.reset(entry->identifier);
     });
     return editor;
@@ -140,8 +145,10 @@ void ShortcutForm::showKeys() {
     chosen();
 }
 
+/// The first command that fits is chosen, unless the one that is fits too.
 void ShortcutForm::search(const QString& words) {
     const QStringList wanted = words.split(' ', Qt::SkipEmptyParts);
+    QTreeWidgetItem* first = nullptr;
     for (int g = 0; g < list_->topLevelItemCount(); ++g) {
         QTreeWidgetItem* group = list_->topLevelItem(g);
         bool isAnyShown = false;
@@ -154,8 +161,33 @@ void ShortcutForm::search(const QString& words) {
             });
             row->setHidden(!fits);
             isAnyShown |= fits;
+            if (fits && first == nullptr) first = row;
         }
         group->setHidden(!isAnyShown);
+    }
+    const QTreeWidgetItem* row = list_->currentItem();
+    if (!wanted.isEmpty() && (row == nullptr || row->isHidden())) list_->setCurrentItem(first);
+}
+
+// From the words the arrows walk through the commands, and Enter goes on to the keys.
+bool ShortcutForm::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress) return QDialog::eventFilter(watched, event);
+    const auto& key = static_cast<const QKeyEvent&>(*event);
+    switch (key.key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown: {
+        QKeyEvent forList(key.type(), key.key(), key.modifiers());
+        QCoreApplication::sendEvent(list_, &forList);
+        return true;
+    }
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (current() != nullptr) keys_->setFocus();
+        return true;
+    default:
+        return QDialog::eventFilter(watched, event);
     }
 }
 
@@ -194,7 +226,9 @@ void ShortcutForm::pressed() {
                         .arg(keys.toString(QKeySequence::NativeText), others.join(", ")));
 }
 
+// What is done leaves its button grey, and the keyboard would go on to the one that removes.
 void ShortcutForm::assign() {
+    list_->setFocus();
     if (const auto* entry = current()) table_.take(entry->identifier, keys_->keySequence());
 }
 

@@ -20,6 +20,9 @@ class ShortcutForm final : public QDialog {
 public:
     ShortcutForm(Settings& settings, QWidget* parent);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void makeList();
     QWidget* makeEditor();

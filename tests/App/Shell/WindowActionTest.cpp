@@ -312,7 +312,16 @@ TEST_F(ShellTest, theFormOfShortcutsSearchesWarnsAndResets) {
     auto* list = child<QTreeWidget>(*form, "shortcutList");
     auto* search = child<QLineEdit>(*form, "shortcutSearch");
     auto* assign = child<QPushButton>(*form, "assignShortcut");
-    search->setText("trim");
+    QApplication::setActiveWindow(form);
+    search->setFocus();
+    QTest::keyClicks(search, "new");
+    const QTreeWidgetItem* firstFound = list->currentItem();
+    ASSERT_NE(firstFound, nullptr);
+    QTest::keyClick(search, Qt::Key_Down);
+    EXPECT_NE(list->currentItem(), firstFound) << "the arrows walk through what was found";
+    EXPECT_TRUE(search->hasFocus());
+    search->selectAll();
+    QTest::keyClicks(search, "trim");
     QTreeWidgetItem* row = nullptr;
     for (QTreeWidgetItemIterator at(list); *at != nullptr; ++at) {
         if ((*at)->parent() == nullptr || (*at)->isHidden() || (*at)->parent()->isHidden())
@@ -321,12 +330,15 @@ TEST_F(ShellTest, theFormOfShortcutsSearchesWarnsAndResets) {
         row = *at;
     }
     ASSERT_NE(row, nullptr);
-    list->setCurrentItem(row);
+    EXPECT_EQ(list->currentItem(), row) << "what is found is chosen";
     auto* keys = child<QKeySequenceEdit>(*form, "shortcutKeys");
+    QTest::keyClick(search, Qt::Key_Return);
+    EXPECT_TRUE(keys->hasFocus() || keys->isAncestorOf(QApplication::focusWidget()));
     keys->setKeySequence(QKeySequence("Ctrl+S"));
     EXPECT_TRUE(child<QLabel>(*form, "shortcutWords")->text().contains("Save"));
     assign->click();
     ASSERT_TRUE(eventually([&] { return row->text(1) == "Ctrl+S"; }));
+    EXPECT_TRUE(list->hasFocus()) << "Enter must not remove what was just given";
     EXPECT_TRUE(ShortcutTable(*settings).keysOf("save").isEmpty());
     saveScreenshot(*form, "shortcuts");
     child<QPushButton>(*form, "resetAllShortcuts")->click();
