@@ -1,5 +1,7 @@
 #include "App/Panels/LayerTreeModel.h"
 
+#include "App/Panels/DraggedLayers.h"
+
 #include "Commands/ArrangeCommands.h"
 #include "Engine/CpuDevice.h"
 #include "TestSeed.h"
@@ -233,7 +235,7 @@ TEST_F(LayerTreeModelTest, dropsPutLayersWhereTheIndicatorIs) {
     EXPECT_EQ(shown(), "(c g (d e a )c b )");
     EXPECT_FALSE(drop({"g"}, Qt::MoveAction, 0, indexOf("g"))) << "into itself";
     QMimeData strangers;
-    strangers.setData(LayerTreeModel::mimeType, "gibberish\n" + QByteArray(36, '0'));
+    strangers.setData(DraggedLayers::mimeType, "gibberish\n" + QByteArray(36, '0'));
     EXPECT_FALSE(model.dropMimeData(&strangers, Qt::MoveAction, 0, 0, {}));
     EXPECT_EQ(performed.size(), 5u);
 }

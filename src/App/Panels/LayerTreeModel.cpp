@@ -1,6 +1,7 @@
 #include "App/Panels/LayerTreeModel.h"
 
 #include "App/Look/QtText.h"
+#include "App/Panels/DraggedLayers.h"
 #include "App/Panels/LayerMove.h"
 #include "App/Panels/LayerTreeRow.h"
 #include "App/Panels/LayerWords.h"
@@ -132,24 +133,21 @@ Qt::DropActions LayerTreeModel::supportedDropActions() const {
 }
 
 QStringList LayerTreeModel::mimeTypes() const {
-    return {QString::fromLatin1(mimeType), QString::fromLatin1(maskMimeType)};
+    return {QString::fromLatin1(DraggedLayers::mimeType), QString::fromLatin1(maskMimeType)};
 }
 
 QMimeData* LayerTreeModel::mimeData(const QModelIndexList& indexes) const {
-    QByteArray ids;
-    for (const QModelIndex& index : indexes) {
-        if (index.column() != layerColumn) continue;
-        ids += QByteArray::fromStdString(rowOf(index)->id.rawValue.text()) + '\n';
-    }
-    auto* data = new QMimeData; // the drag owns it
-    data->setData(QString::fromLatin1(mimeType), ids);
-    return data;
+    std::vector<LayerID> ids;
+    for (const QModelIndex& index : indexes)
+        if (index.column() == layerColumn) ids.push_back(rowOf(index)->id);
+    return new DraggedLayers(state_, std::move(ids)); // the drag owns it
 }
 
 // Those of another document are none of these rows.
 std::vector<LayerID> LayerTreeModel::draggedLayers(const QMimeData& data) const {
     std::vector<LayerID> ids;
-    for (const QByteArray& line : data.data(QString::fromLatin1(mimeType)).split('\n')) {
+    for (const QByteArray& line :
+         data.data(QString::fromLatin1(DraggedLayers::mimeType)).split('\n')) {
         const auto uuid = Uuid::parse({line.data(), static_cast<std::size_t>(line.size())});
         if (uuid && find({*uuid}) != nullptr) ids.push_back({*uuid});
     }

@@ -18,7 +18,6 @@ namespace ombrel {
 class LayerTreeModel : public QAbstractItemModel {
 public:
     enum Column { visibilityColumn, layerColumn, columnTotal };
-    static constexpr const char* mimeType = "com.ombrel.layer-row";
     static constexpr const char* maskMimeType = "com.ombrel.layer-mask";
 
     explicit LayerTreeModel(QObject* parent = nullptr);

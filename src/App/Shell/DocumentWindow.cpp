@@ -5,6 +5,7 @@
 #include "App/Clipboard/Pasting.h"
 #include "App/Look/QtText.h"
 #include "App/Panels/DockedPanel.h"
+#include "App/Panels/DraggedLayers.h"
 #include "App/Panels/OptionsBar.h"
 #include "App/Panels/PanelCatalog.h"
 #include "App/Panels/StatusFields.h"
@@ -46,6 +47,15 @@ constexpr QPoint asideOfOther(24, 24);
 constexpr const char* canvasMenu[] = {
     "undo",        "redo",    nullptr, "newLayer", "duplicateLayers", "deleteLayers", nullptr,
     "mergeLayers", "flatten", nullptr, "zoomFit",  "zoom100",         "resetRotation"};
+
+/// Null for what comes from this window itself, or is no layers.
+const DraggedLayers* layersOfAnother(const DocumentWindow& window, const QDropEvent& event) {
+    const auto* layers = dynamic_cast<const DraggedLayers*>(event.mimeData());
+    const QObject* source = event.source();
+    while (source != nullptr && source != &window)
+        source = source->parent();
+    return source == nullptr ? layers : nullptr;
+}
 
 } // namespace
 
@@ -327,24 +337,41 @@ void DocumentWindow::closeEvent(QCloseEvent* event) {
 }
 
 void DocumentWindow::dragEnterEvent(QDragEnterEvent* event) {
-    if (canPaste(*event->mimeData())) event->acceptProposedAction();
+    if (layersOfAnother(*this, *event) != nullptr) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    } else if (canPaste(*event->mimeData())) {
+        event->acceptProposedAction();
+    }
 }
 
 // Onto the canvas pictures become layers; beside it, or with Control held, files are opened.
 void DocumentWindow::dropEvent(QDropEvent* event) {
-    if (document_ == nullptr || !canPaste(*event->mimeData())) return;
-    event->acceptProposedAction();
+    if (document_ == nullptr) return;
     const QPoint at = canvas_->mapFrom(this, event->position().toPoint());
-    const bool isOnCanvas = canvas_->rect().contains(at);
-    const auto files = filesOf(*event->mimeData());
-    const bool opens = !isOnCanvas || (event->modifiers() & Qt::ControlModifier) != 0;
-    if (!files.empty() && opens) return controller_.openFiles(files, this);
-    PasteTarget target{.canvas = {}, .visible = canvas_->navigation().visibleBounds()};
-    if (isOnCanvas) {
-        target.center = documentPoint(*document_->session()->_viewTransform,
-                                      {static_cast<double>(at.x()), static_cast<double>(at.y())});
+    if (const DraggedLayers* layers = layersOfAnother(*this, *event)) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+        const auto clip = LayerClip::ofLayers(layers->document(), layers->ids());
+        if (clip) paste(*document_, services_, {{*clip}}, pasteTarget(at));
+        return;
     }
-    paste(*document_, services_, pasteSources(*event->mimeData()), target);
+    if (!canPaste(*event->mimeData())) return;
+    event->acceptProposedAction();
+    const auto files = filesOf(*event->mimeData());
+    const bool opens =
+        !canvas_->rect().contains(at) || (event->modifiers() & Qt::ControlModifier) != 0;
+    if (!files.empty() && opens) return controller_.openFiles(files, this);
+    paste(*document_, services_, pasteSources(*event->mimeData()), pasteTarget(at));
+}
+
+PasteTarget DocumentWindow::pasteTarget(QPoint onCanvas) const {
+    PasteTarget target{.canvas = {}, .visible = canvas_->navigation().visibleBounds()};
+    if (canvas_->rect().contains(onCanvas)) {
+        const QPointF at(onCanvas);
+        target.center = documentPoint(*document_->session()->_viewTransform, {at.x(), at.y()});
+    }
+    return target;
 }
 
 void DocumentWindow::changeEvent(QEvent* event) {

@@ -25,6 +25,7 @@ class DocumentController;
 class ImageDocument;
 class ProgressStrip;
 struct PanelContext;
+struct PasteTarget;
 struct PanelDescription;
 
 class DocumentWindow final : public QMainWindow {
@@ -61,6 +62,7 @@ private:
     void makeMenus();
     void makeStatusBar();
     PanelContext panelContext();
+    PasteTarget pasteTarget(QPoint onCanvas) const; ///< in the middle of the view if beside it
     std::vector<std::function<void()>> pieces();
     void takePlace();
     DocumentWindow* otherWindow() const;

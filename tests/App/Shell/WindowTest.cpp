@@ -1,11 +1,14 @@
 // The window's actions, dialogs and looks.
 #include "App/Canvas/CanvasView.h"
+#include "App/Panels/LayerTreeModel.h"
 #include "App/Panels/StatusFields.h"
 #include "App/Screenshot.h"
 #include "App/Shell/ExportDialog.h"
 #include "App/Shell/MessageBoxes.h"
 #include "App/Shell/NewDocumentForm.h"
 #include "Commands/DeleteLayersCommand.h"
+#include "Core/ContentBounds.h"
+#include "Core/ViewMapping.h"
 #include "ShellFixture.h"
 #include "support/TestPlaces.h"
 
@@ -23,6 +26,7 @@
 #include <QPushButton>
 #include <QStatusBar>
 #include <QToolButton>
+#include <QTreeView>
 #include <set>
 
 namespace ombrel {
@@ -152,6 +156,37 @@ TEST_F(ShellTest, filesDroppedOnAWindowAreOpened) {
     QApplication::sendEvent(document().window(), &drops);
     EXPECT_TRUE(waitForDocuments(3));
     EXPECT_TRUE(answers.failures.empty());
+}
+
+TEST_F(ShellTest, layersDroppedOnAnotherDocumentAreCopiedToThePlace) {
+    makeDocument({400, 300});
+    makeDocument({800, 600});
+    DocumentWindow& target = *document(1).window();
+    const auto* tree = child<QTreeView>(*document(0).window(), "layerTree");
+    const std::unique_ptr<QMimeData> layers(
+        tree->model()->mimeData({tree->model()->index(1, LayerTreeModel::layerColumn)}));
+    CanvasView& canvas = target.canvas();
+    const RealPoint place = viewPoint(canvas.controller().viewTransform(), {500, 350});
+    const QPointF at = canvas.mapTo(&target, QPointF(place.x, place.y));
+    QDragEnterEvent enters(at.toPoint(), Qt::MoveAction | Qt::CopyAction, layers.get(),
+                           Qt::LeftButton, {});
+    QApplication::sendEvent(&target, &enters);
+    EXPECT_TRUE(enters.isAccepted());
+    EXPECT_EQ(enters.dropAction(), Qt::CopyAction);
+    QDropEvent drops(at, Qt::MoveAction | Qt::CopyAction, layers.get(), Qt::LeftButton, {});
+    QApplication::sendEvent(&target, &drops);
+    const DocumentSession& session = *document(1).session();
+    ASSERT_TRUE(eventually([&] { return session.undoName() == "Paste"; }));
+    const LayerNode& dragged = document(0).session()->_state->root->children.front();
+    const PixelLayer* copy = session._state->activePixelLayer();
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(copy->properties.name, dragged.properties().name);
+    EXPECT_NE(copy->id, dragged.id());
+    const auto bounds = contentBounds(copy->pixels);
+    ASSERT_TRUE(bounds);
+    const PixelRect lies = bounds->offsetBy(copy->offset);
+    EXPECT_NEAR(static_cast<double>(lies.x + lies.maxX()) / 2, 500, 2);
+    EXPECT_NEAR(static_cast<double>(lies.y + lies.maxY()) / 2, 350, 2);
 }
 
 TEST_F(ShellTest, aFurtherWindowIsAsTheOneBesideIt) {
